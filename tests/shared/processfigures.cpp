@@ -1,0 +1,36 @@
+#include "processfigures.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <algorithm>
+
+namespace Morvek::Tests {
+
+QStringList threadNames()
+{
+    QStringList names;
+    const QDir tasks(QStringLiteral("/proc/self/task"));
+    const QStringList ids = tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &strId : ids) {
+        QFile file(tasks.filePath(strId + QStringLiteral("/comm")));
+        if (file.open(QIODevice::ReadOnly))
+            names.append(QString::fromUtf8(file.readAll()).trimmed());
+    }
+    return names;
+}
+
+int threadCount(const QString &strPrefix)
+{
+    const QStringList names = threadNames();
+    return int(std::count_if(names.cbegin(), names.cend(), [&](const QString &strName) {
+        return strName.startsWith(strPrefix);
+    }));
+}
+
+int openFileCount()
+{
+    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
+}
+
+} // namespace Morvek::Tests

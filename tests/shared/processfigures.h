@@ -1,0 +1,18 @@
+#ifndef MORVEK_TESTS_PROCESSFIGURES_H
+#define MORVEK_TESTS_PROCESSFIGURES_H
+
+#include <QString>
+#include <QStringList>
+
+namespace Morvek::Tests {
+
+/** Names of this process's threads, as a debugger shows them. */
+QStringList threadNames();
+/** How many of this process's threads have a name that starts so. */
+int threadCount(const QString &strPrefix = QString());
+/** How many file descriptors this process has open. */
+int openFileCount();
+
+} // namespace Morvek::Tests
+
+#endif // MORVEK_TESTS_PROCESSFIGURES_H
