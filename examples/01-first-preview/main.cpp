@@ -1,8 +1,8 @@
 // The smallest host: one device, one input, one layer. Saves the first live preview.
+#include <QCoreApplication>
 #include <devicelist.h>
 #include <layervideomanager.h>
 #include <pixmapreader.h>
-#include <QCoreApplication>
 
 using namespace Morvek::BizModel;
 using namespace Morvek::EchoVideo;

@@ -6,8 +6,7 @@ namespace Morvek::BizModel {
 
 Device::Device(quint16 modelId)
     : m_nModelId(modelId)
-{
-}
+{}
 
 Device::~Device() = default;
 

@@ -4,8 +4,7 @@ namespace Morvek::BizModel {
 
 Layer::Layer(const ProtoModel::s_ScreenLayerId &id)
     : m_screenLayerId(id)
-{
-}
+{}
 
 Layer::~Layer() = default;
 

@@ -24,8 +24,7 @@ struct s_LayerId
 
 /** Identifies one layer on one screen: the five fields of both records, in that order. */
 struct s_ScreenLayerId : s_ScreenId, s_LayerId
-{
-};
+{};
 
 inline bool operator==(const s_ScreenId &left, const s_ScreenId &right)
 {

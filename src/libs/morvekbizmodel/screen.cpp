@@ -8,8 +8,7 @@ Screen::Screen(std::weak_ptr<Device> owner, quint8 screenId, int screenType)
     : m_pOwner(std::move(owner))
     , m_nScreenId(screenId)
     , m_nScreenType(screenType)
-{
-}
+{}
 
 Screen::~Screen() = default;
 

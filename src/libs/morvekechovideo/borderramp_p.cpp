@@ -18,7 +18,7 @@ QVector<qreal> ramp(int nLength, int nThickness, qreal opacity)
 }
 
 // alphaOf(column, row) gives each pixel's alpha, 0 to 255, from the ramps at its column and row.
-template<typename AlphaOf>
+template <typename AlphaOf>
 QImage borderTile(const QSize &size, const QSize &borderSize, const QColor &color, qreal opacity,
                   AlphaOf alphaOf)
 {

@@ -54,9 +54,8 @@ public:
      * @thread render; several render threads may call at once. The callback must not wait for the
      * manager's thread: the destructor waits there for a callback to return. It must not throw.
      */
-    using ReadInputVideoFrameCallback =
-        std::function<bool(std::weak_ptr<Morvek::BizModel::Device>, const sLayerSource &,
-                           const QSize &, QImage &)>;
+    using ReadInputVideoFrameCallback = std::function<bool(
+        std::weak_ptr<Morvek::BizModel::Device>, const sLayerSource &, const QSize &, QImage &)>;
 
     /**
      * Mark drawn on frozen layers, 24 x 24 pixels; shared by all managers.

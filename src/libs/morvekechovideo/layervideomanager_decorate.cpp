@@ -118,9 +118,8 @@ void LayerVideoManager::drawSolidBorder(QPainter *pPainter,
 void LayerVideoManager::drawSoftBorder(QPainter *pPainter,
                                        const sLayerVideoConfig &layerVideoCfg) const
 {
-    const QImage tile =
-        Internal::softBorderTile(tileSize(layerVideoCfg.m_LayerItem.m_boundingRect),
-                                 layerVideoCfg.m_LayerBorder.m_borderSize);
+    const QImage tile = Internal::softBorderTile(tileSize(layerVideoCfg.m_LayerItem.m_boundingRect),
+                                                 layerVideoCfg.m_LayerBorder.m_borderSize);
     pPainter->setCompositionMode(QPainter::CompositionMode_DestinationIn);
     drawQuarters(pPainter, tile);
     pPainter->setCompositionMode(QPainter::CompositionMode_SourceOver);
@@ -129,10 +128,9 @@ void LayerVideoManager::drawSoftBorder(QPainter *pPainter,
 void LayerVideoManager::drawHaloInBorder(QPainter *pPainter,
                                          const sLayerVideoConfig &layerVideoCfg) const
 {
-    const QImage tile =
-        Internal::haloBorderTile(tileSize(layerVideoCfg.m_LayerItem.m_boundingRect),
-                                 layerVideoCfg.m_LayerBorder.m_borderSize,
-                                 layerVideoCfg.m_LayerBorder.m_borderColor);
+    const QImage tile = Internal::haloBorderTile(tileSize(layerVideoCfg.m_LayerItem.m_boundingRect),
+                                                 layerVideoCfg.m_LayerBorder.m_borderSize,
+                                                 layerVideoCfg.m_LayerBorder.m_borderColor);
     drawQuarters(pPainter, tile);
 }
 

@@ -36,9 +36,9 @@ void cropPicture(QImage &picture, const sLayerSource &source)
 {
     if (picture.isNull())
         return;
-    picture = picture
-                  .scaled(source.m_sizeLayerSource, Qt::IgnoreAspectRatio, Qt::FastTransformation)
-                  .copy(source.m_rectLayerSourceIntercept);
+    picture =
+        picture.scaled(source.m_sizeLayerSource, Qt::IgnoreAspectRatio, Qt::FastTransformation)
+            .copy(source.m_rectLayerSourceIntercept);
 }
 
 } // namespace
@@ -98,8 +98,7 @@ void LayerVideoManager::inputVideoFramePixmap(const sLayerVideoConfig &layerVide
         m_cbReadInputVideoFrame(DeviceList::instance()->activedDevice(), source, size,
                                 inputVideoFrame);
     } else {
-        inputVideoFrame =
-            Internal::filledPicture(size, layerVideoCfg.m_LayerItem.m_layerColor);
+        inputVideoFrame = Internal::filledPicture(size, layerVideoCfg.m_LayerItem.m_layerColor);
     }
 }
 

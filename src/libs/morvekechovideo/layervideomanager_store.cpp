@@ -19,7 +19,7 @@ using Morvek::BizModel::Screen;
 namespace {
 
 // Index of the first record with this key, or -1.
-template<typename Record>
+template <typename Record>
 int indexOfLayer(const QList<Record> &records, const sLayerUniqueIdentifies &layerIdentifis)
 {
     const auto it = std::find_if(records.cbegin(), records.cend(), [&](const Record &record) {
@@ -28,7 +28,7 @@ int indexOfLayer(const QList<Record> &records, const sLayerUniqueIdentifies &lay
     return it == records.cend() ? -1 : int(it - records.cbegin());
 }
 
-template<typename Record>
+template <typename Record>
 void removeLayer(QList<Record> &records, const sLayerUniqueIdentifies &layerIdentifis)
 {
     const int index = indexOfLayer(records, layerIdentifis);

@@ -48,8 +48,8 @@ private:
     void waitForWork();
 
     LayerVideoManager *const m_pMgr;
-    QImage m_LayerVideoCanvas; // render thread only
-    QImage m_InputVideoFrame;  // render thread only
+    QImage m_LayerVideoCanvas;         // render thread only
+    QImage m_InputVideoFrame;          // render thread only
     std::atomic_bool m_bStoped{false}; // set under m_mtxFPS, so that no wait misses it
     QMutex m_mtxFPS;                   // held for the waits, and for the offline pass
     QWaitCondition m_wcFPS;

@@ -1,6 +1,7 @@
 #include "mjpegframing_p.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 namespace Morvek::EchoVideo::Internal {
@@ -11,6 +12,24 @@ constexpr char StartTitle[] = "Content-Length";
 constexpr int StartTitleLength = sizeof(StartTitle) - 1;
 constexpr char NewLine[] = "\r\n";
 constexpr int NewLineLength = sizeof(NewLine) - 1;
+
+// Where the last header that starts at or before `from` does; -1 if there is none. A picture that
+// arrives in many pieces is searched again after each of them: QByteArray's own backward search
+// takes more than ten times as long.
+int lastHeader(const QByteArray &buffer, int from)
+{
+    const char *const pData = buffer.constData();
+    int nSearched = std::min(from, buffer.size() - StartTitleLength) + 1;
+    while (nSearched > 0) {
+        const void *const pFound = memrchr(pData, StartTitle[0], std::size_t(nSearched));
+        if (!pFound)
+            return -1;
+        nSearched = int(static_cast<const char *>(pFound) - pData);
+        if (std::memcmp(pFound, StartTitle, StartTitleLength) == 0)
+            return nSearched;
+    }
+    return -1;
+}
 
 bool isBlank(char c)
 {
@@ -48,7 +67,7 @@ qint64 afterNewLine(const QByteArray &buffer, qint64 from)
 
 int cutPicture(QByteArray &baMJPEG, int iStart, const PictureHandler &handler)
 {
-    const int iNext = iStart > 0 ? baMJPEG.lastIndexOf(StartTitle, iStart - 1) : -1;
+    const int iNext = lastHeader(baMJPEG, iStart - 1);
     if (iNext == -1) {
         // One byte is kept: the search position of the next call is never before it.
         baMJPEG.remove(0, std::max(iStart, 1) - 1);

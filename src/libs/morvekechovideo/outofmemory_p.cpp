@@ -15,7 +15,8 @@ void warnOutOfMemory()
 
     const Clock::duration now = Clock::now().time_since_epoch();
     Clock::rep due = nextWarning;
-    if (now.count() < due || !nextWarning.compare_exchange_strong(due, (now + WarningInterval).count()))
+    if (now.count() < due
+        || !nextWarning.compare_exchange_strong(due, (now + WarningInterval).count()))
         return;
     try {
         qWarning() << "Out of memory, an echo video picture is given up.";

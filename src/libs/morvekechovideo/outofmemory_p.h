@@ -16,7 +16,7 @@ void warnOutOfMemory();
  *
  * @return false when memory ran out; the work is then half done
  */
-template<typename Work>
+template <typename Work>
 bool survivesOutOfMemory(Work work)
 {
     try {

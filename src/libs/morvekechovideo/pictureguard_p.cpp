@@ -11,18 +11,18 @@ namespace Morvek::EchoVideo::Internal {
 namespace {
 
 constexpr uchar MarkerPrefix = 0xff;
-constexpr uchar StuffedZero = 0x00;
-constexpr uchar TemporaryMarker = 0x01;
+constexpr uchar FirstDefined = 0xc0;
 constexpr uchar FirstRestart = 0xd0;
 constexpr uchar StartOfImage = 0xd8;
 constexpr uchar EndOfImage = 0xd9;
 constexpr uchar StartOfScan = 0xda;
 
-// Markers that carry no length; restart markers and stuffed zeros also stand inside a scan's data.
+// Markers that carry no length; restart markers and stuffed zeros also stand inside a scan's data. So
+// do the undefined ones: a decoder that resynchronises at restarts passes over the marker alone, and
+// a length read from what follows would hide the scans behind it.
 bool standsAlone(uchar marker)
 {
-    return marker == StuffedZero || marker == TemporaryMarker
-        || (marker >= FirstRestart && marker <= StartOfImage);
+    return marker < FirstDefined || (marker >= FirstRestart && marker <= StartOfImage);
 }
 
 } // namespace

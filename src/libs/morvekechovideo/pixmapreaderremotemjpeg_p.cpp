@@ -7,6 +7,8 @@
 #include <QDebug>
 #include <QTcpSocket>
 
+#include <poll.h>
+
 #include <utility>
 
 namespace Morvek::EchoVideo::Internal {
@@ -31,13 +33,20 @@ int elapsedMs(const QTime &since)
     return nElapsed < 0 ? nElapsed + MsPerDay : nElapsed;
 }
 
+// QTcpSocket's own wait goes on receiving meanwhile, and never ends while a device sends faster than
+// that; this one leaves the data where it is.
+bool isClosedByDevice(const QTcpSocket &socket, milliseconds timeout)
+{
+    pollfd connection{int(socket.socketDescriptor()), POLLRDHUP, 0};
+    return poll(&connection, 1, int(timeout.count())) > 0;
+}
+
 } // namespace
 
 RemoteMJPEGReader::RemoteMJPEGReader(QImage &image)
     : Reader(image)
     , m_imagePrivate(filledPicture(EchoFrameSize, NoSignalVideo))
-{
-}
+{}
 
 RemoteMJPEGReader::~RemoteMJPEGReader()
 {
@@ -133,8 +142,8 @@ bool RemoteMJPEGReader::readStream(QTcpSocket &socket, const Device &device, qui
     // does.
     while (!m_isStopRead || !device.onlineFlag()) {
         if (!socket.waitForReadyRead(ReadTimeout.count()) || !receive(socket, tcpdata)) {
-            qWarning() << "Read echo video from " << device.IPAddress() << ":" << nPort << " timeout."
-                       << socket.errorString();
+            qWarning() << "Read echo video from " << device.IPAddress() << ":" << nPort
+                       << " timeout." << socket.errorString();
             return false;
         }
         if (m_isPauseRead)
@@ -162,9 +171,8 @@ bool RemoteMJPEGReader::receive(QTcpSocket &socket, QByteArray &tcpdata)
 
 int RemoteMJPEGReader::getVideoData(QByteArray &baMJPEG, int iStart)
 {
-    return cutPicture(baMJPEG, iStart, [this](const char *pPicture, int nLength) {
-        handOver(pPicture, nLength);
-    });
+    return cutPicture(baMJPEG, iStart,
+                      [this](const char *pPicture, int nLength) { handOver(pPicture, nLength); });
 }
 
 // Never waits: a picture that comes too soon or while the decoder is at work is dropped.
@@ -185,7 +193,7 @@ void RemoteMJPEGReader::closeConnection(QTcpSocket &socket)
 {
     // A connection that the device has closed already has nothing to wait for.
     const bool isConnected = socket.isOpen() && socket.state() != QAbstractSocket::UnconnectedState;
-    if (isConnected && socket.waitForDisconnected(DisconnectTimeout.count()))
+    if (isConnected && isClosedByDevice(socket, DisconnectTimeout))
         socket.disconnectFromHost();
     socket.abort();
 }

@@ -73,7 +73,7 @@ private:
     void notifyUntilStopped(const Morvek::BizModel::s_EchoVideoConfig &videoCfg);
     std::chrono::milliseconds notifyOnce(const Morvek::BizModel::s_EchoVideoConfig &videoCfg);
 
-    std::atomic_bool m_isStopProcesser{true};    // asks decoder and notifier to end
+    std::atomic_bool m_isStopProcesser{true};     // asks decoder and notifier to end
     std::atomic_bool m_processerIsRunning{false}; // from before the decoder's start to its end
     std::mutex m_mtxQueueMJPEG;
     std::condition_variable m_cvQueueMJEPG; // wakes the decoder
@@ -81,7 +81,7 @@ private:
     QByteArray m_MJPEGBuffer;               // pending picture; guarded by m_mtxQueueMJPEG
     QImage m_imagePrivate;                  // last decoded picture; decoder thread only
     std::atomic_bool m_pIsRunningForFinishTask{false}; // the same for the notifier
-    QTime m_time;                           // of the last hand-over; reader thread only
+    QTime m_time;                                      // of the last hand-over; reader thread only
 };
 
 } // namespace Morvek::EchoVideo::Internal

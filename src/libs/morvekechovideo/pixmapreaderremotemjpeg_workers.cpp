@@ -37,7 +37,7 @@ milliseconds notifyInterval(quint8 nFps)
  * Starts a detached thread whose end shows only in isRunning. The flag is set before there is a
  * thread, so that a stop right after the start already sees it.
  */
-template<typename Body>
+template <typename Body>
 bool startWorker(const char *pName, std::atomic_bool &isRunning, Body body)
 {
     isRunning = true;

@@ -1,24 +1,45 @@
 #include "processexit_p.h"
 
-#include <QDateTime>
-#include <QHostAddress>
+#include <QBuffer>
 #include <QHostInfo>
 #include <QImageReader>
-#include <QNetworkProxy>
+#include <QLoggingCategory>
+#include <QMetaType>
 #include <QTcpSocket>
+#include <QThread>
+#include <QTimer>
+
+#include <chrono>
+#include <memory>
 
 namespace Morvek::EchoVideo::Internal {
 
+namespace {
+
+// What a reader's threads use while they connect and decode, used once without a device.
+void useRegistries()
+{
+    const QTcpSocket socket; // proxies and socket engines
+    QTimer timer;
+    timer.start(std::chrono::minutes(1)); // timer numbers
+    QBuffer noPicture;
+    noPicture.open(QIODevice::ReadOnly);
+    QImageReader(&noPicture).canRead(); // picture decoders, and the lock around their choice
+}
+
+} // namespace
+
 void createRegistriesBeforeService()
 {
-    const QDateTime localTime = QDateTime::currentDateTime(); // time zones
-    const QTcpSocket socket;                                  // socket engines
-    const auto proxy = QNetworkProxy::applicationProxy();     // proxy settings
-    QHostInfo::abortHostLookup(-1);                           // host name look-ups
-    const auto formats = QImageReader::supportedImageFormats(); // picture decoders
-    Q_UNUSED(localTime)
-    Q_UNUSED(proxy)
-    Q_UNUSED(formats)
+    QLoggingCategory::defaultCategory();                            // message categories
+    qFormatLogMessage(QtDebugMsg, QMessageLogContext(), QString()); // pattern of messages
+    QMetaType::hasRegisteredConverterFunction(-1, -1);              // conversions of properties
+    QHostInfo::abortHostLookup(-1);                                 // host name look-ups
+    // On a thread of its own, because timers need one with an event dispatcher, and this one may
+    // not have got its own yet.
+    const std::unique_ptr<QThread> pThread(QThread::create(useRegistries));
+    pThread->start();
+    pThread->wait();
 }
 
 } // namespace Morvek::EchoVideo::Internal
