@@ -4,7 +4,8 @@
 /**
  * Framebuffer capture of a local video output: frames of 1920 x 1080 pixels, 24-bit RGB.
  *
- * Both functions may be called on any thread, one call at a time.
+ * In this implementation another process produces the frames, in shared memory that is described
+ * in shm_cap_segment.h. Both functions may be called on any thread, also at the same time.
  */
 
 #if defined(__GNUC__)
@@ -21,7 +22,7 @@ extern "C" {
  * Prepares the capture.
  *
  * @param device  number of the capture device; 0 is the only one
- * @return -1 while the capture is not ready (call again later), anything else once it is
+ * @return -1 while no producer is there (call again later), anything else once one is
  */
 SHM_CAP_EXPORT int cap_framebuffer_init(int device);
 
@@ -30,7 +31,8 @@ SHM_CAP_EXPORT int cap_framebuffer_init(int device);
  *
  * @param buffer  receives the frame: rows top to bottom without padding, red, green, blue
  * @param size    size of the buffer in bytes
- * @return the number of bytes delivered; the frame is whole only if that equals size
+ * @return size if a whole frame was copied; anything else means that there is none, and leaves
+ *         the buffer's contents undefined
  */
 SHM_CAP_EXPORT int cap_get_framebuffer_data(unsigned char *buffer, int size);
 
