@@ -3,6 +3,8 @@
 #include "echoframe_p.h"
 #include "metatypes_p.h"
 #include "pixmapreader_p.h"
+#include "pixmapreaderlocalsharedmemory_p.h"
+#include "pixmapreaderlocalyuv_p.h"
 #include "pixmapreaderremotemjpeg_p.h"
 #include "processexit_p.h"
 
@@ -71,8 +73,10 @@ void PixmapReader::initInputVideoReadTask()
     qDebug() << int(videoSourceType);
     switch (videoSourceType) {
     case s_EchoVideoConfig::LocalDVI:
+        m_pPixmapReader = std::make_shared<Internal::LocalSharedMemoryReader>(m_image);
+        break;
     case s_EchoVideoConfig::LocalFile:
-        m_pPixmapReader = std::make_shared<Internal::NoSignalReader>(m_image);
+        m_pPixmapReader = std::make_shared<Internal::LocalYUVReader>(m_image);
         break;
     case s_EchoVideoConfig::LocalTCP:
     case s_EchoVideoConfig::RemoteTCP:

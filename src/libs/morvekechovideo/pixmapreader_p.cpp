@@ -3,11 +3,23 @@
 #include "echoframe_p.h"
 #include "outofmemory_p.h"
 
+#include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace Morvek::EchoVideo::Internal {
 
 using Morvek::BizModel::Device;
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds DefaultFrameInterval(100); // for a device without a frame rate
+constexpr milliseconds ShortestWait(10);          // a pass that leaves no more than this is late
+constexpr milliseconds LatePassWait(100);
+
+} // namespace
 
 Reader::Reader(QImage &image, QObject *parent)
     : QThread(parent)
@@ -93,22 +105,25 @@ void Reader::waitWhilePaused()
         m_cvStopRead.wait(lck);
 }
 
+void Reader::waitForNextPass(quint8 nFps, qint64 nWorkMs)
+{
+    const milliseconds interval = nFps == 0 ? DefaultFrameInterval : milliseconds(1000 / nFps);
+    // A clock that was set back makes the work negative; it must not lengthen the wait.
+    milliseconds waitTime = interval - milliseconds(std::max<qint64>(nWorkMs, 0));
+    if (waitTime <= ShortestWait)
+        waitTime = LatePassWait;
+
+    std::unique_lock<std::mutex> lck(m_mtxStopRead);
+    if (m_isPauseRead)
+        m_cvStopRead.wait(lck);
+    else
+        m_cvStopRead.wait_for(lck, waitTime);
+}
+
 LocalUSBReader::LocalUSBReader(QImage &image)
     : Reader(image)
-{
-}
+{}
 
-void LocalUSBReader::readTask()
-{
-}
-
-NoSignalReader::NoSignalReader(QImage &image)
-    : Reader(image)
-{
-}
-
-void NoSignalReader::readTask()
-{
-}
+void LocalUSBReader::readTask() {}
 
 } // namespace Morvek::EchoVideo::Internal

@@ -71,6 +71,15 @@ protected:
     void setDevice(std::weak_ptr<Morvek::BizModel::Device> device);
     /** Waits once, without a limit, if reading is paused. @thread reader */
     void waitWhilePaused();
+    /**
+     * Ends one pass of a reader that polls its source: waits while paused, else for what is left of
+     * the frame interval. A pass that is late waits 100 ms, not less, by design.
+     *
+     * @param nFps     passes a second; 0 for one every 100 ms
+     * @param nWorkMs  how long the pass took by the wall clock, whatever that did meanwhile
+     * @thread reader
+     */
+    void waitForNextPass(quint8 nFps, qint64 nWorkMs);
 
     std::weak_ptr<Morvek::BizModel::Device> m_pDevice; // guarded by m_mtxDevice
     QImage &m_image;                                   // written on the reader's threads only
@@ -92,18 +101,6 @@ class LocalUSBReader : public Reader
 
 public:
     explicit LocalUSBReader(QImage &image);
-
-protected:
-    void readTask() override;
-};
-
-/** Stands where a source has no reader yet: publishes the no-signal picture and ends. */
-class NoSignalReader : public Reader
-{
-    Q_OBJECT
-
-public:
-    explicit NoSignalReader(QImage &image);
 
 protected:
     void readTask() override;
