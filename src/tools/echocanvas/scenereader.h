@@ -1,0 +1,42 @@
+#ifndef MORVEK_ECHOCANVAS_SCENEREADER_H
+#define MORVEK_ECHOCANVAS_SCENEREADER_H
+
+#include "scene.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+namespace Morvek::Tools {
+
+/** Name under which messages speak of the scene that is compiled in. */
+extern const char *const BuiltInSceneName;
+/** Beginning of an alpha map's name that the program draws itself, such as "builtin:ellipse". */
+extern const char *const BuiltInPrefix;
+
+/** The scene that is compiled in, as its JSON text. */
+QByteArray builtInSceneText();
+
+/**
+ * Reads a scene.
+ *
+ * @param text         the JSON text; docs/scene.md explains it
+ * @param strFileName  the text's file, for messages and for files named relative to it
+ * @param problems     receives one line for everything that is wrong, with file, key and what was
+ *                     expected there
+ * @return nothing if anything was wrong
+ */
+std::optional<sScene> readScene(const QByteArray &text, const QString &strFileName,
+                                QStringList &problems);
+
+/** Reads the scene of a file; of an empty name, the one that is compiled in. */
+std::optional<sScene> readSceneFile(const QString &strFileName, QStringList &problems);
+
+/** The source that a scene or an option calls by this name: mjpeg, shm or yuv. */
+std::optional<BizModel::s_EchoVideoConfig::eVideoSourceType> sourceTypeNamed(const QString &strName);
+
+} // namespace Morvek::Tools
+
+#endif // MORVEK_ECHOCANVAS_SCENEREADER_H
