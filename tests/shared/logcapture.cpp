@@ -59,10 +59,9 @@ void LogCapture::handle(QtMsgType eType, const QMessageLogContext &context, cons
     if (!pCapture)
         return;
     QMutexLocker locker(&pCapture->m_mtxLines);
-    pCapture->m_lines.append({eType, strText, QString::fromUtf8(context.file),
-                              QString::fromUtf8(context.function),
-                              QString::fromUtf8(context.category), context.line,
-                              QThread::currentThreadId()});
+    pCapture->m_lines.append(
+        {eType, strText, QString::fromUtf8(context.file), QString::fromUtf8(context.function),
+         QString::fromUtf8(context.category), context.line, QThread::currentThreadId()});
 }
 
 } // namespace Morvek::Tests

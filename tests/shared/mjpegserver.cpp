@@ -107,7 +107,7 @@ public:
 
 namespace {
 
-template<typename Work>
+template <typename Work>
 void onServerThread(MjpegServerWorker *pWorker, Work work)
 {
     QMetaObject::invokeMethod(pWorker, work, Qt::BlockingQueuedConnection);

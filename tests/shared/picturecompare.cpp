@@ -1,6 +1,7 @@
 #include "picturecompare.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,15 +18,19 @@ QString asText(const QSize &size)
 QString saved(const QImage &picture, const QString &strName)
 {
     const QString strPath = QDir::temp().filePath(
-        QStringLiteral("%1-%2-%3.png").arg(QTest::currentAppName(),
-                                           QString::fromUtf8(QTest::currentTestFunction()), strName));
+        QStringLiteral("%1-%2-%3.png")
+            .arg(QFileInfo(QString::fromUtf8(QTest::currentAppName())).fileName(),
+                 QString::fromUtf8(QTest::currentTestFunction()), strName));
     return picture.save(strPath) ? strPath : QStringLiteral("(not saved)");
 }
 
 QString pixelText(QRgb pixel)
 {
     return QStringLiteral("argb(%1, %2, %3, %4)")
-        .arg(qAlpha(pixel)).arg(qRed(pixel)).arg(qGreen(pixel)).arg(qBlue(pixel));
+        .arg(qAlpha(pixel))
+        .arg(qRed(pixel))
+        .arg(qGreen(pixel))
+        .arg(qBlue(pixel));
 }
 
 bool isNear(QRgb left, QRgb right, int nTolerance)
@@ -41,8 +46,8 @@ bool isNear(QRgb left, QRgb right, int nTolerance)
 QString pictureDifference(const QImage &actual, const QImage &expected, int nTolerance)
 {
     if (actual.size() != expected.size())
-        return QStringLiteral("size is %1, expected %2").arg(asText(actual.size()),
-                                                             asText(expected.size()));
+        return QStringLiteral("size is %1, expected %2")
+            .arg(asText(actual.size()), asText(expected.size()));
     const QImage left = actual.convertToFormat(QImage::Format_ARGB32);
     const QImage right = expected.convertToFormat(QImage::Format_ARGB32);
     int nDifferent = 0;
@@ -55,13 +60,17 @@ QString pictureDifference(const QImage &actual, const QImage &expected, int nTol
                 continue;
             if (++nDifferent == 1)
                 strFirst = QStringLiteral("pixel (%1, %2) is %3, expected %4")
-                               .arg(x).arg(y).arg(pixelText(pLeft[x]), pixelText(pRight[x]));
+                               .arg(x)
+                               .arg(y)
+                               .arg(pixelText(pLeft[x]), pixelText(pRight[x]));
         }
     }
     if (nDifferent == 0)
         return QString();
     return QStringLiteral("%1; %2 of %3 pixels differ; actual %4, expected %5")
-        .arg(strFirst).arg(nDifferent).arg(left.width() * left.height())
+        .arg(strFirst)
+        .arg(nDifferent)
+        .arg(left.width() * left.height())
         .arg(saved(actual, QStringLiteral("actual")), saved(expected, QStringLiteral("expected")));
 }
 
@@ -77,7 +86,7 @@ double meanDifference(const QImage &left, const QImage &right)
         const auto *pB = reinterpret_cast<const QRgb *>(b.constScanLine(y));
         for (int x = 0; x < a.width(); ++x) {
             nSum += std::abs(qRed(pA[x]) - qRed(pB[x])) + std::abs(qGreen(pA[x]) - qGreen(pB[x]))
-                + std::abs(qBlue(pA[x]) - qBlue(pB[x]));
+                  + std::abs(qBlue(pA[x]) - qBlue(pB[x]));
         }
     }
     return double(nSum) / (3.0 * a.width() * a.height());

@@ -33,4 +33,17 @@ int openFileCount()
     return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
 }
 
+qint64 peakMemory()
+{
+    QFile file(QStringLiteral("/proc/self/status"));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    for (const QByteArray &line : lines) {
+        if (line.startsWith("VmHWM:"))
+            return line.simplified().split(' ').at(1).toLongLong() * 1024;
+    }
+    return 0;
+}
+
 } // namespace Morvek::Tests

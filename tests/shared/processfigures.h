@@ -3,6 +3,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <QtGlobal>
 
 namespace Morvek::Tests {
 
@@ -12,6 +13,8 @@ QStringList threadNames();
 int threadCount(const QString &strPrefix = QString());
 /** How many file descriptors this process has open. */
 int openFileCount();
+/** The most memory that this process has had resident so far, in bytes. */
+qint64 peakMemory();
 
 } // namespace Morvek::Tests
 

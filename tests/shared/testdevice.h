@@ -17,12 +17,13 @@ constexpr quint16 TestModelId = 4711;
  * A device of nColumns x nColumns inputs, numbered from 0, with the rectangles of gridRect().
  * Neither online nor active nor known to the device list.
  */
-std::shared_ptr<Morvek::BizModel::Device> makeDevice(
-    Morvek::BizModel::s_EchoVideoConfig::eVideoSourceType eSource, int nColumns = 2);
+std::shared_ptr<Morvek::BizModel::Device>
+makeDevice(Morvek::BizModel::s_EchoVideoConfig::eVideoSourceType eSource, int nColumns = 2);
 
 /** The same, reading MJPEG from a port of this machine. */
-std::shared_ptr<Morvek::BizModel::Device> makeMjpegDevice(
-    quint16 nPort, int nColumns = 2, const QString &strAddress = QStringLiteral("127.0.0.1"));
+std::shared_ptr<Morvek::BizModel::Device>
+makeMjpegDevice(quint16 nPort, int nColumns = 2,
+                const QString &strAddress = QStringLiteral("127.0.0.1"));
 
 /** Makes a device active while it lives; leaves no device active afterwards. */
 class ActiveDevice

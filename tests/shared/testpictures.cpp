@@ -17,10 +17,35 @@ QImage gradientPicture(const QSize &size, int nSeed, QImage::Format format)
     QImage picture(size, QImage::Format_ARGB32);
     for (int y = 0; y < size.height(); ++y) {
         for (int x = 0; x < size.width(); ++x)
-            picture.setPixel(x, y, qRgb((x * 7 + nSeed) & 255, (y * 5 + nSeed) & 255,
-                                        (x + y + nSeed * 3) & 255));
+            picture.setPixel(
+                x, y,
+                qRgb((x * 7 + nSeed) & 255, (y * 5 + nSeed) & 255, (x + y + nSeed * 3) & 255));
     }
     return picture.convertToFormat(format);
+}
+
+QImage brightPicture(const QSize &size)
+{
+    QImage picture(size, QImage::Format_ARGB32);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x)
+            picture.setPixel(x, y, qRgb(x % 2 * 255, y % 2 * 255, (x + y) % 3 / 2 * 255));
+    }
+    return picture;
+}
+
+QImage quartersPicture(const QSize &size)
+{
+    QImage picture(size, QImage::Format_ARGB32);
+    for (int y = 0; y < size.height(); ++y) {
+        const bool isTop = y < size.height() / 2;
+        for (int x = 0; x < size.width(); ++x) {
+            const bool isLeft = x < size.width() / 2;
+            picture.setPixelColor(
+                x, y, isTop ? (isLeft ? Qt::red : Qt::green) : (isLeft ? Qt::blue : Qt::yellow));
+        }
+    }
+    return picture;
 }
 
 QRect gridRect(int nColumns, int nIndex)
@@ -57,7 +82,7 @@ QByteArray jpegBytes(const QImage &picture, int nQuality)
 QByteArray mjpegPart(const QByteArray &baPicture)
 {
     return "--echo\r\nContent-Type: image/jpeg\r\nContent-Length: "
-        + QByteArray::number(baPicture.size()) + "\r\n\r\n" + baPicture + "\r\n";
+         + QByteArray::number(baPicture.size()) + "\r\n\r\n" + baPicture + "\r\n";
 }
 
 } // namespace Morvek::Tests

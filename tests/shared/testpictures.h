@@ -12,9 +12,15 @@ namespace Morvek::Tests {
 /** A picture of one colour, straight ARGB32. */
 QImage solidPicture(const QSize &size, const QColor &color);
 
-/** A picture in which every pixel differs from its neighbours: red by x, green by y, blue by seed. */
+/** Every pixel differs from its neighbours: red by x, green by y, blue by both and the seed. */
 QImage gradientPicture(const QSize &size, int nSeed = 0,
                        QImage::Format format = QImage::Format_RGB32);
+
+/** Every channel full or empty, so that losing alpha costs no colour; opaque, straight ARGB32. */
+QImage brightPicture(const QSize &size);
+
+/** Red, green, blue and yellow quarters in reading order, straight ARGB32. */
+QImage quartersPicture(const QSize &size);
 
 /** The rectangle of a cell in a square grid of 1920 x 1080 pixels; cells row by row from 0. */
 QRect gridRect(int nColumns, int nIndex);

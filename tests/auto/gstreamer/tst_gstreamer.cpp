@@ -22,11 +22,11 @@ namespace {
 constexpr int Columns = 4;
 constexpr int Inputs = Columns * Columns;
 
-const QStringList VideoSource = {
-    QStringLiteral("videotestsrc"), QStringLiteral("pattern=smpte100"), QStringLiteral("is-live=true")};
-const QStringList Encoder = {
-    QStringLiteral("!"), QStringLiteral("video/x-raw,width=1920,height=1080,framerate=12/1"),
-    QStringLiteral("!"), QStringLiteral("jpegenc")};
+const QStringList VideoSource = {QStringLiteral("videotestsrc"), QStringLiteral("pattern=smpte100"),
+                                 QStringLiteral("is-live=true")};
+const QStringList Encoder = {QStringLiteral("!"),
+                             QStringLiteral("video/x-raw,width=1920,height=1080,framerate=12/1"),
+                             QStringLiteral("!"), QStringLiteral("jpegenc")};
 
 quint16 freePort()
 {
@@ -78,9 +78,9 @@ void TestGStreamer::encodeOnePicture()
 {
     const QString strFile = m_folder.filePath(QStringLiteral("picture.jpg"));
     const QStringList arguments = QStringList(QStringLiteral("-q")) + VideoSource
-        + QStringList(QStringLiteral("num-buffers=1")) + Encoder
-        + QStringList({QStringLiteral("!"), QStringLiteral("filesink"),
-                       QStringLiteral("location=") + strFile});
+                                + QStringList(QStringLiteral("num-buffers=1")) + Encoder
+                                + QStringList({QStringLiteral("!"), QStringLiteral("filesink"),
+                                               QStringLiteral("location=") + strFile});
     QCOMPARE(QProcess::execute(QStringLiteral(GST_LAUNCH), arguments), 0);
     m_picture = QImage(strFile);
     QCOMPARE(m_picture.size(), QSize(1920, 1080));
@@ -89,7 +89,8 @@ void TestGStreamer::encodeOnePicture()
 void TestGStreamer::startPipeline()
 {
     m_nPort = freePort();
-    const QStringList arguments = QStringList(QStringLiteral("-q")) + VideoSource + Encoder
+    const QStringList arguments =
+        QStringList(QStringLiteral("-q")) + VideoSource + Encoder
         + QStringList({QStringLiteral("!"), QStringLiteral("multipartmux"), QStringLiteral("!"),
                        QStringLiteral("tcpserversink"), QStringLiteral("host=127.0.0.1"),
                        QStringLiteral("port=%1").arg(m_nPort)});
@@ -107,7 +108,8 @@ void TestGStreamer::everyInputAndPreviewEqualsItsTile()
     for (int i = 0; i < Inputs; ++i)
         inputs.push_back(std::make_shared<Input>(quint8(i)));
 
-    LayerVideoManager manager([&](auto, const sLayerSource &source, const QSize &, QImage &picture) {
+    LayerVideoManager manager([&](auto, const sLayerSource &source, const QSize &,
+                                  QImage &picture) {
         return PixmapReader::instance()->getInputVideoFrame(inputs.at(source.m_nLayerSourceKeyNo),
                                                             picture, false);
     });
@@ -129,10 +131,13 @@ void TestGStreamer::everyInputAndPreviewEqualsItsTile()
         QImage input;
         QImage preview;
         // Black until the first picture has come through.
-        QTRY_VERIFY_WITH_TIMEOUT(PixmapReader::instance()->getInputVideoFrame(inputs.at(size_t(i)), input, false)
-                                     && pictureDifference(input, tile).isEmpty(), 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            PixmapReader::instance()->getInputVideoFrame(inputs.at(size_t(i)), input, false)
+                && pictureDifference(input, tile).isEmpty(),
+            30000);
         QTRY_VERIFY_WITH_TIMEOUT(manager.getLayerVideoFrame(key, preview)
-                                     && pictureDifference(preview, tile).isEmpty(), 30000);
+                                     && pictureDifference(preview, tile).isEmpty(),
+                                 30000);
     }
     manager.stopManager();
     PixmapReader::instance()->stopRead();

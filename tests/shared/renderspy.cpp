@@ -1,0 +1,61 @@
+#include "renderspy.h"
+
+#include <QMutex>
+#include <QMutexLocker>
+
+using Morvek::EchoVideo::LayerVideoManager;
+using Morvek::EchoVideo::sLayerVideoConfig;
+
+// The linker's names: what --wrap calls in the place of the operation, and the operation itself.
+#define RENDER_SYMBOL(prefix) \
+    prefix##_ZNK6Morvek9EchoVideo17LayerVideoManager23asyncVideoPrerenderTaskERKNS0_17sLayerVideoConfigER6QImageS6_
+
+extern "C" {
+void RENDER_SYMBOL(__real_)(const LayerVideoManager *pManager, const sLayerVideoConfig &layerCfg,
+                            QImage &canvas, QImage &inputFrame);
+void RENDER_SYMBOL(__wrap_)(const LayerVideoManager *pManager, const sLayerVideoConfig &layerCfg,
+                            QImage &canvas, QImage &inputFrame);
+}
+
+namespace Morvek::Tests {
+
+namespace {
+
+QMutex mtxRenders;
+QList<sRender> allRenders; // guarded by mtxRenders
+
+} // namespace
+
+QList<sRender> RenderSpy::renders()
+{
+    QMutexLocker locker(&mtxRenders);
+    return allRenders;
+}
+
+int RenderSpy::count()
+{
+    return renders().size();
+}
+
+void RenderSpy::clear()
+{
+    QMutexLocker locker(&mtxRenders);
+    allRenders.clear();
+}
+
+} // namespace Morvek::Tests
+
+void RENDER_SYMBOL(__wrap_)(const LayerVideoManager *pManager, const sLayerVideoConfig &layerCfg,
+                            QImage &canvas, QImage &inputFrame)
+{
+    using namespace Morvek::Tests;
+    sRender render;
+    render.m_layerCfg = layerCfg;
+    render.m_time = QDateTime::currentDateTime();
+    render.m_isCanvasFree = canvas.isNull() || canvas.isDetached();
+    render.m_pBitsBefore = canvas.constBits();
+    RENDER_SYMBOL(__real_)(pManager, layerCfg, canvas, inputFrame);
+    render.m_pBitsAfter = canvas.constBits();
+    QMutexLocker locker(&mtxRenders);
+    allRenders.append(render);
+}
