@@ -24,7 +24,7 @@ namespace Morvek::Tests {
 QImage plainPreview(const Morvek::EchoVideo::sLayerVideoConfig &layerVideoCfg,
                     const QImage &sourcePicture, const QPixmap &frozenMark = QPixmap());
 
-/** The size of a layer's preview: both edges rounded, halves upward. */
+/** The size of a layer's preview: both edges, which an int must hold, rounded, halves upward. */
 QSize plainSize(const QRectF &boundingRect);
 
 /** The picture after mono, reverse and crop, in RGB32, ARGB32, RGB888 or Grayscale8. */

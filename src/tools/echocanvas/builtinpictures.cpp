@@ -72,7 +72,7 @@ bool BuiltInAlphaMaps::provide(sScene &scene)
 
 QString BuiltInAlphaMaps::fileFor(const QString &strName)
 {
-    const QString strFile = m_folder.filePath(strName + QStringLiteral(".png"));
+    QString strFile = m_folder.filePath(strName + QStringLiteral(".png"));
     if (!QFileInfo::exists(strFile) && !ellipseAlphaMap(AlphaMapSize).save(strFile))
         m_strError = QStringLiteral("cannot write the alpha map %1: %2")
                          .arg(strName, m_folder.isValid() ? strFile : m_folder.errorString());

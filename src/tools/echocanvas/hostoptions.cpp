@@ -79,7 +79,7 @@ QString wrongValue(const char *pOption, const QString &strExpected, const QStrin
 QString readName(const QCommandLineParser &parser, const char *pOption, sHostOptions &options)
 {
     const QString strOption = QString::fromLatin1(pOption);
-    const QString strName = parser.value(strOption);
+    QString strName = parser.value(strOption);
     if (parser.isSet(strOption) && strName.isEmpty())
         options.m_strError = wrongValue(pOption, QStringLiteral("a name"), strName);
     return strName;

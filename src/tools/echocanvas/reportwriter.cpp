@@ -59,7 +59,7 @@ QString agesText(const sAges &ages)
 
 QString verdictText(const sLayerReport &layer)
 {
-    const QString strVerdict = QString::fromLatin1(verdictWord(layer.m_verdict));
+    QString strVerdict = QString::fromLatin1(verdictWord(layer.m_verdict));
     if (layer.m_proof == eInputProof::None)
         return strVerdict;
     return QStringLiteral("%1 (%2)").arg(strVerdict, QString::fromLatin1(proofWord(layer.m_proof)));

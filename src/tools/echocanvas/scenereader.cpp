@@ -218,13 +218,13 @@ QString SceneReader::readAlphaMap(JsonChecker &json)
     const QString strKey = QStringLiteral("alphaMap");
     if (!json.has(strKey))
         return QString();
-    const QString strName = json.text(strKey);
+    QString strName = json.text(strKey);
     if (strName.startsWith(QLatin1String(BuiltInPrefix))) {
         if (strName != QStringLiteral("builtin:ellipse"))
             json.complain(strKey, QStringLiteral("\"builtin:ellipse\" or the name of a file"));
         return strName;
     }
-    const QString strFile = m_folder.absoluteFilePath(strName);
+    QString strFile = m_folder.absoluteFilePath(strName);
     if (!strName.isEmpty() && !QFileInfo(strFile).isFile())
         json.complain(strKey, QStringLiteral("a file that exists (looked for in %1)")
                                   .arg(QDir::toNativeSeparators(m_folder.path())));

@@ -35,7 +35,8 @@ std::optional<sScene> readScene(const QByteArray &text, const QString &strFileNa
 std::optional<sScene> readSceneFile(const QString &strFileName, QStringList &problems);
 
 /** The source that a scene or an option calls by this name: mjpeg, shm or yuv. */
-std::optional<BizModel::s_EchoVideoConfig::eVideoSourceType> sourceTypeNamed(const QString &strName);
+std::optional<BizModel::s_EchoVideoConfig::eVideoSourceType>
+sourceTypeNamed(const QString &strName);
 
 } // namespace Morvek::Tools
 

@@ -118,7 +118,7 @@ public:
 
     QString name(const char *option, const QString &strExpected)
     {
-        const QString value = m_parser.value(option);
+        QString value = m_parser.value(option);
         if (m_parser.isSet(option) && value.isEmpty()) {
             refuse(option, strExpected);
         }

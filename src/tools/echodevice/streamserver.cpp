@@ -69,7 +69,7 @@ void StreamServer::slotAcceptError()
 {
     qWarning("A client could not be accepted: %s", qUtf8Printable(m_server.errorString()));
     // The server accepts nobody after an error until it is told to.
-    QTimer::singleShot(AcceptPause, this, [this] { m_server.resumeAccepting(); });
+    QTimer::singleShot(AcceptPause, &m_server, &QTcpServer::resumeAccepting);
 }
 
 void StreamServer::addClient(QTcpSocket *pSocket)

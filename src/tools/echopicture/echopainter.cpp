@@ -34,7 +34,7 @@ QByteArray frameText(quint32 nPicture)
 /** The time of day as hh:mm:ss.mmm, UTC. */
 QByteArray timeText(qint64 nTimeMs)
 {
-    constexpr qint64 Day = 24 * 60 * 60 * 1000;
+    constexpr qint64 Day = 86400000;
     const int time = int((nTimeMs % Day + Day) % Day);
     const auto digits = [](int number, int count) {
         return QByteArray::number(number).rightJustified(count, '0');

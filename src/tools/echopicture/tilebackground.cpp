@@ -5,6 +5,7 @@
 #include <QLinearGradient>
 #include <QPainter>
 #include <QPainterPath>
+#include <QtMath>
 
 namespace Morvek::Tools {
 
@@ -52,22 +53,30 @@ QColor toned(int nInput, qreal saturation, qreal value, qreal alpha = 1)
 
 // ---- patterns
 
+/** How many steps of a pattern cover a length. */
+int stepCount(qreal length, qreal step)
+{
+    return qCeil(length / step);
+}
+
 void paintStripes(QPainter &painter, const QRectF &area, qreal step)
 {
-    for (qreal x = area.left() - area.height(); x < area.right(); x += 2 * step) {
+    const qreal height = area.height();
+    for (int index = 0; index < stepCount(area.width() + height, 2 * step); ++index) {
+        const qreal x = area.left() - height + index * 2 * step;
         painter.drawPolygon(QPolygonF({{x, area.bottom()},
                                        {x + step, area.bottom()},
-                                       {x + step + area.height(), area.top()},
-                                       {x + area.height(), area.top()}}));
+                                       {x + step + height, area.top()},
+                                       {x + height, area.top()}}));
     }
 }
 
 void paintChecks(QPainter &painter, const QRectF &area, qreal step)
 {
-    bool isOddRow = false;
-    for (qreal y = area.top(); y < area.bottom(); y += step, isOddRow = !isOddRow) {
-        for (qreal x = area.left() + (isOddRow ? step : 0); x < area.right(); x += 2 * step) {
-            painter.drawRect(QRectF(x, y, step, step));
+    for (int row = 0; row < stepCount(area.height(), step); ++row) {
+        for (int column = row % 2; column < stepCount(area.width(), step); column += 2) {
+            const QPointF topLeft = area.topLeft() + QPointF(column, row) * step;
+            painter.drawRect(QRectF(topLeft, QSizeF(step, step)));
         }
     }
 }
@@ -75,25 +84,27 @@ void paintChecks(QPainter &painter, const QRectF &area, qreal step)
 void paintRings(QPainter &painter, const QRectF &area, qreal step)
 {
     QPainterPath rings;
-    for (qreal radius = step; radius < area.width(); radius += step) {
-        rings.addEllipse(area.center(), radius, radius); // odd-even: every second ring is filled
+    for (int ring = 1; ring < stepCount(area.width(), step); ++ring) {
+        // Odd-even: every second ring is filled.
+        rings.addEllipse(area.center(), ring * step, ring * step);
     }
     painter.drawPath(rings);
 }
 
 void paintDots(QPainter &painter, const QRectF &area, qreal step)
 {
-    for (qreal y = area.top() + step / 2; y < area.bottom(); y += step) {
-        for (qreal x = area.left() + step / 2; x < area.right(); x += step) {
-            painter.drawEllipse(QPointF(x, y), step / 4, step / 4);
+    for (int row = 0; row < stepCount(area.height(), step); ++row) {
+        for (int column = 0; column < stepCount(area.width(), step); ++column) {
+            const QPointF centre = area.topLeft() + QPointF(column + 0.5, row + 0.5) * step;
+            painter.drawEllipse(centre, step / 4, step / 4);
         }
     }
 }
 
 void paintColumns(QPainter &painter, const QRectF &area, qreal step)
 {
-    for (qreal x = area.left(); x < area.right(); x += 2 * step) {
-        painter.drawRect(QRectF(x, area.top(), step, area.height()));
+    for (int column = 0; column < stepCount(area.width(), step); column += 2) {
+        painter.drawRect(QRectF(area.left() + column * step, area.top(), step, area.height()));
     }
 }
 

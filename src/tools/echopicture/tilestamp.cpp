@@ -76,7 +76,8 @@ std::optional<sTileStamp> unpacked(const tBytes &bytes, qint64 nNowMs)
 /** Row and column of a data bit. */
 bool &dataBlock(tBlocks &blocks, int bit)
 {
-    return blocks[std::size_t(bit / DataColumns)][std::size_t(FirstDataColumn + bit % DataColumns)];
+    const int column = FirstDataColumn + bit % DataColumns;
+    return blocks[std::size_t(bit / DataColumns)][std::size_t(column)];
 }
 
 /** Whether a calibration block is white; seen from the nearer end of its row. */

@@ -1,6 +1,7 @@
 #include "deviceprocess.h"
 
 #include <QFile>
+#include <QProcessEnvironment>
 #include <QRegularExpression>
 
 #include <csignal>
@@ -19,6 +20,12 @@ DeviceProcess::DeviceProcess(const QStringList &arguments)
     if (!all.contains(QStringLiteral("--port"))) {
         all << QStringLiteral("--port") << QStringLiteral("0");
     }
+    // A build with AddressSanitizer would keep what is freed, and look as if it kept pictures.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const QString strSanitizer = environment.value(QStringLiteral("ASAN_OPTIONS"));
+    environment.insert(QStringLiteral("ASAN_OPTIONS"),
+                       strSanitizer + QStringLiteral(":quarantine_size_mb=1"));
+    m_process.setProcessEnvironment(environment);
     m_process.start(QStringLiteral(ECHODEVICE_PROGRAM), all);
 }
 

@@ -57,7 +57,7 @@ private:
 
 void TestLocalChain::init()
 {
-    qputenv("MORVEK_SHM_CAP_NAME", "/morvek_chain_" + QByteArray::number(qApp->applicationPid()));
+    qputenv("MORVEK_SHM_CAP_NAME", "/morvek_chain_" + QByteArray::number(QCoreApplication::applicationPid()));
 }
 
 void TestLocalChain::startCanvas(QProcess &canvas, const QStringList &arguments)

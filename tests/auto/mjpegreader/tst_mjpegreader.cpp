@@ -125,7 +125,7 @@ void TestMjpegReader::textBeforeTheFirstHeaderIsSkipped()
 void TestMjpegReader::devicesAreReachedOverIPv6()
 {
     if (!QTcpServer().listen(QHostAddress::LocalHostIPv6))
-        QSKIP("this machine has no IPv6");
+        QSKIP("this machine has no IPv6", "");
     MjpegServer server(QHostAddress::LocalHostIPv6);
     ReaderProbe probe(server.port(), QStringLiteral("::1"));
     server.stream(colorPart(Qt::darkYellow), 30);

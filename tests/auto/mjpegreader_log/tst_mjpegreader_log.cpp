@@ -153,7 +153,7 @@ void TestMjpegReaderLog::silentConnectionIsAWarning()
 void TestMjpegReaderLog::addressOfIPv6IsLoggedAsItIs()
 {
     if (!QTcpServer().listen(QHostAddress::LocalHostIPv6))
-        QSKIP("this machine has no IPv6");
+        QSKIP("this machine has no IPv6", "");
     LogCapture log;
     MjpegServer server(QHostAddress::LocalHostIPv6);
     server.refuse();

@@ -306,6 +306,8 @@ void TestPictureGuard::countsScans_data()
     QTest::newRow("scan without a length") << start + scan + "\xff\xda" << 2;
     QTest::newRow("marker cut after its first byte") << start + scan + "\xff" << 1;
     QTest::newRow("behind the end marker") << start + scan + end + scan << 1;
+    QTest::newRow("behind the end marker and a length")
+        << start + scan + end + QByteArray("\0\2", 2) + scan << 1;
     QTest::newRow("fill bytes before the marker") << start + "\xff\xff" + scan << 1;
     QTest::newRow("stuffed zeros in the data")
         << start + scan + QByteArray("\xff\0\xda\xff\0", 5) + scan << 2;
