@@ -54,7 +54,7 @@ void DeviceList::addDevice(std::shared_ptr<Device> pDevice)
 {
     QWriteLocker locker(&m_lock);
     if (pDevice && !m_devices.contains(pDevice))
-        m_devices.append(std::move(pDevice));
+        m_devices.append(pDevice);
 }
 
 void DeviceList::removeDevice(const std::shared_ptr<Device> &pDevice)

@@ -101,18 +101,13 @@ void PixmapReader::restartInputVideoReadTask()
 {
     qInfo() << "begin start input video read task.";
     const std::shared_ptr<Device> pDevice = servedDevice().lock();
-    if (!pDevice) {
-        pauseRead();
-    } else if (!m_pPixmapReader) {
-        startReader();
-    } else if (isSourceTypeChanged(*pDevice)) {
+    if (pDevice && m_pPixmapReader && isSourceTypeChanged(*pDevice))
         stopRead();
-        startReader();
-    } else if (isAllowStartInputVideoReadTask()) {
-        startReader();
-    } else {
+    const bool isToBePaused = m_pPixmapReader && !isAllowStartInputVideoReadTask();
+    if (!pDevice || isToBePaused)
         pauseRead();
-    }
+    else
+        startReader();
     qInfo() << "end start input video read task.";
 }
 

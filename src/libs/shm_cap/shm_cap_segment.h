@@ -56,11 +56,11 @@ struct sSegmentHeader
 };
 
 constexpr std::size_t FirstSlotOffset = 4096;
-constexpr std::size_t SlotStride = (FrameBytes + 4095) / 4096 * 4096;
+constexpr std::size_t SlotStride = (std::size_t(FrameBytes) + 4095) / 4096 * 4096;
 
 constexpr std::size_t slotOffset(std::uint32_t nSlot)
 {
-    return FirstSlotOffset + nSlot * SlotStride;
+    return FirstSlotOffset + std::size_t(nSlot) * SlotStride;
 }
 
 constexpr std::size_t segmentSize(std::uint32_t nSlots)
