@@ -24,7 +24,7 @@ private Q_SLOTS:
 // Readers may only ever see values that were written, whole.
 void TestBizModelThreads::readsTolerateWritesOnAnotherThread()
 {
-    constexpr int ReadsWanted = 5000;
+    constexpr int ReadsWanted = 200000;
     const QString addresses[] = {QStringLiteral("192.0.2.1"),
                                  QStringLiteral("2001:db8:aaaa:bbbb:cccc:dddd:eeee:ffff")};
     const QRect rects[] = {QRect(1, 1, 1, 1), QRect(2000, 2000, 2000, 2000)};

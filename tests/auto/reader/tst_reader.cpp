@@ -330,7 +330,7 @@ void TestReader::theThreadCarriesAName()
 
 void TestReader::theDeviceMayBeReplacedWhileOthersAskForIt()
 {
-    constexpr int ReadsWanted = 20000;
+    constexpr int ReadsWanted = 200000;
     const auto pOther = std::make_shared<Device>();
     m_pReader->m_nPicturesToPublish = 0;
     m_pReader->setDevice(m_pDevice);
