@@ -73,16 +73,6 @@ MORVEK_SIMD inline Vector interleaveHighWords(Vector a, Vector b)
     return _mm256_unpackhi_epi16(a, b);
 }
 
-MORVEK_SIMD inline Vector interleaveLowPixels(Vector a, Vector b)
-{
-    return _mm256_unpacklo_epi32(a, b);
-}
-
-MORVEK_SIMD inline Vector interleaveHighPixels(Vector a, Vector b)
-{
-    return _mm256_unpackhi_epi32(a, b);
-}
-
 MORVEK_SIMD inline Vector evenBytes(Vector bytes)
 {
     return _mm256_and_si256(bytes, words(0x00ff));
@@ -93,32 +83,39 @@ MORVEK_SIMD inline Vector oddBytes(Vector bytes)
     return _mm256_srli_epi16(bytes, 8);
 }
 
+// From the even ones, then the odd ones, of 16 pixels to one after the other; in either half.
+MORVEK_SIMD inline Vector inPixelOrder(Vector bytes)
+{
+    const __m128i order = _mm_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15);
+    return _mm256_shuffle_epi8(bytes, _mm256_broadcastsi128_si256(order));
+}
+
+// Most operations work on the two halves of a vector apart, and what is stored at last is a left
+// and a right piece of four pixels each: so every other four of them go to the left half.
+MORVEK_SIMD inline Vector dealFours(Vector fours)
+{
+    return _mm256_permutevar8x32_epi32(fours, _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7));
+}
+
 MORVEK_SIMD inline Vector loadLuma(const uchar *pLuma)
 {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(pLuma));
+    return dealFours(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(pLuma)));
 }
 
 MORVEK_SIMD inline Vector loadChroma(const uchar *pChroma)
 {
-    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(pChroma)));
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(pChroma));
+    return dealFours(_mm256_cvtepu8_epi16(bytes));
 }
 
-MORVEK_SIMD inline void storeHalves(__m128i *pFirstHalf, Vector pixels)
-{
-    _mm_storeu_si128(pFirstHalf, _mm256_castsi256_si128(pixels));
-    _mm_storeu_si128(pFirstHalf + 4, _mm256_extracti128_si256(pixels, 1));
-}
-
-// Every operation above works on the two halves of a vector apart: the low halves hold the first
-// 16 pixels, the high halves the last. Storing halves costs less than putting them together.
 MORVEK_SIMD inline void storePixels(quint32 *pPixels, Vector first, Vector second, Vector third,
                                     Vector fourth)
 {
-    auto *const pTarget = reinterpret_cast<__m128i *>(pPixels);
-    storeHalves(pTarget, first);
-    storeHalves(pTarget + 1, second);
-    storeHalves(pTarget + 2, third);
-    storeHalves(pTarget + 3, fourth);
+    auto *const pTarget = reinterpret_cast<__m256i *>(pPixels);
+    _mm256_storeu_si256(pTarget, first);
+    _mm256_storeu_si256(pTarget + 1, second);
+    _mm256_storeu_si256(pTarget + 2, third);
+    _mm256_storeu_si256(pTarget + 3, fourth);
 }
 
 } // namespace

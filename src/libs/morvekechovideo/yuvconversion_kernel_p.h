@@ -3,7 +3,8 @@
  *
  * Included by one source file for each instruction set, which defines before: MORVEK_SIMD (the
  * attribute that lets a function use the instructions), Vector, Bytes (how many bytes a vector has)
- * and the operations used here. Hence no guard, and no include of its own.
+ * and the operations used here. Hence no guard, and no include of its own. A block is as many pixels
+ * as a vector has bytes.
  *
  * The products need more than 16 bits. Each factor is split into a multiple of 65536, which comes
  * through the shift as it is, and a rest that fits a signed word:
@@ -29,12 +30,18 @@ struct sChromaBlock
     sChannel m_red;
 };
 
-MORVEK_SIMD inline sChannel channelOf(Vector whole, Vector high, Vector low)
+// The same chroma serves two rows: it is worked out once, for a stretch of both. Then one row
+// follows the other, because memory is written faster in one place at a time than in two.
+constexpr int StretchWidth = 2048; // pixels: a whole row of an echo picture
+constexpr int StretchBlocks = StretchWidth / Bytes;
+
+MORVEK_SIMD inline void setChannel(sChannel &channel, Vector whole, Vector high, Vector low)
 {
-    return {add(whole, high), exclusiveOr(low, words(0x7fff))};
+    channel.m_high = add(whole, high);
+    channel.m_carryAbove = exclusiveOr(low, words(0x7fff));
 }
 
-MORVEK_SIMD inline sChromaBlock chromaOf(Vector cb, Vector cr)
+MORVEK_SIMD inline void setChroma(sChromaBlock &chroma, Vector cb, Vector cr)
 {
     const Vector greenCbLow = multiplyLow(cb, words(-13975));
     const Vector greenCrLow = multiplyLow(cr, words(30611));
@@ -43,10 +50,21 @@ MORVEK_SIMD inline sChromaBlock chromaOf(Vector cb, Vector cr)
         isGreater(exclusiveOr(greenCbLow, signBit), exclusiveOr(greenCrLow, words(0x7fff)));
     const Vector greenHigh =
         subtract(add(multiplyHigh(cb, words(-13975)), multiplyHigh(cr, words(30611))), greenCarry);
-    return {
-        channelOf(add(cb, cb), multiplyHigh(cb, words(7366)), multiplyLow(cb, words(7366))),
-        channelOf(subtract(words(0), cr), greenHigh, add(greenCbLow, greenCrLow)),
-        channelOf(add(cr, cr), multiplyHigh(cr, words(-13583)), multiplyLow(cr, words(-13583)))};
+    setChannel(chroma.m_blue, add(cb, cb), multiplyHigh(cb, words(7366)),
+               multiplyLow(cb, words(7366)));
+    setChannel(chroma.m_green, subtract(words(0), cr), greenHigh, add(greenCbLow, greenCrLow));
+    setChannel(chroma.m_red, add(cr, cr), multiplyHigh(cr, words(-13583)),
+               multiplyLow(cr, words(-13583)));
+}
+
+MORVEK_SIMD void setChromaStretch(sChromaBlock *pChroma, const uchar *pCb, const uchar *pCr,
+                                  int nBlocks)
+{
+    for (int i = 0; i < nBlocks; ++i) {
+        const int nOffset = i * Bytes / 2;
+        setChroma(pChroma[i], subtract(loadChroma(pCb + nOffset), words(128)),
+                  subtract(loadChroma(pCr + nOffset), words(128)));
+    }
 }
 
 struct sLuma
@@ -69,40 +87,48 @@ MORVEK_SIMD inline Vector valueOf(const sLuma &luma, const sChannel &channel)
 }
 
 // Even and odd pixels go separately, because the two of a pair share their chroma.
-MORVEK_SIMD inline void convertRow(Vector y, const sChromaBlock &chroma, quint32 *pPixels)
+MORVEK_SIMD inline Vector bytesOf(const sLuma &even, const sLuma &odd, const sChannel &channel)
+{
+    return inPixelOrder(pack(valueOf(even, channel), valueOf(odd, channel)));
+}
+
+MORVEK_SIMD inline void convertBlock(Vector y, const sChromaBlock &chroma, quint32 *pPixels)
 {
     const sLuma even = lumaOf(evenBytes(y));
     const sLuma odd = lumaOf(oddBytes(y));
-    const Vector blue = pack(valueOf(even, chroma.m_blue), valueOf(odd, chroma.m_blue));
-    const Vector green = pack(valueOf(even, chroma.m_green), valueOf(odd, chroma.m_green));
-    const Vector red = pack(valueOf(even, chroma.m_red), valueOf(odd, chroma.m_red));
+    const Vector blue = bytesOf(even, odd, chroma.m_blue);
+    const Vector green = bytesOf(even, odd, chroma.m_green);
+    const Vector red = bytesOf(even, odd, chroma.m_red);
     const Vector opaque = words(-1);
 
-    const Vector evenBlueGreen = interleaveLowBytes(blue, green);
-    const Vector oddBlueGreen = interleaveHighBytes(blue, green);
-    const Vector evenRedAlpha = interleaveLowBytes(red, opaque);
-    const Vector oddRedAlpha = interleaveHighBytes(red, opaque);
-    const Vector evenFirst = interleaveLowWords(evenBlueGreen, evenRedAlpha);
-    const Vector evenSecond = interleaveHighWords(evenBlueGreen, evenRedAlpha);
-    const Vector oddFirst = interleaveLowWords(oddBlueGreen, oddRedAlpha);
-    const Vector oddSecond = interleaveHighWords(oddBlueGreen, oddRedAlpha);
-    storePixels(pPixels, interleaveLowPixels(evenFirst, oddFirst),
-                interleaveHighPixels(evenFirst, oddFirst),
-                interleaveLowPixels(evenSecond, oddSecond),
-                interleaveHighPixels(evenSecond, oddSecond));
+    const Vector leftBlueGreen = interleaveLowBytes(blue, green);
+    const Vector leftRedAlpha = interleaveLowBytes(red, opaque);
+    const Vector rightBlueGreen = interleaveHighBytes(blue, green);
+    const Vector rightRedAlpha = interleaveHighBytes(red, opaque);
+    storePixels(pPixels, interleaveLowWords(leftBlueGreen, leftRedAlpha),
+                interleaveHighWords(leftBlueGreen, leftRedAlpha),
+                interleaveLowWords(rightBlueGreen, rightRedAlpha),
+                interleaveHighWords(rightBlueGreen, rightRedAlpha));
+}
+
+MORVEK_SIMD void convertStretch(const uchar *pLuma, const sChromaBlock *pChroma, int nBlocks,
+                                quint32 *pPixels)
+{
+    for (int i = 0; i < nBlocks; ++i)
+        convertBlock(loadLuma(pLuma + i * Bytes), pChroma[i], pPixels + i * Bytes);
 }
 
 MORVEK_SIMD int convertBlocks(const sYuvRowPair &rows, int nWidth)
 {
-    int i = 0;
-    for (; i + Bytes <= nWidth; i += Bytes) {
-        const Vector cb = subtract(loadChroma(rows.m_pCb + i / 2), words(128));
-        const Vector cr = subtract(loadChroma(rows.m_pCr + i / 2), words(128));
-        const sChromaBlock chroma = chromaOf(cb, cr);
-        convertRow(loadLuma(rows.m_pUpperY + i), chroma, rows.m_pUpperPixels + i);
-        convertRow(loadLuma(rows.m_pLowerY + i), chroma, rows.m_pLowerPixels + i);
+    sChromaBlock chroma[StretchBlocks];
+    const int nConverted = nWidth - nWidth % Bytes;
+    for (int x = 0; x < nConverted; x += StretchWidth) {
+        const int nBlocks = qMin(nConverted - x, StretchWidth) / Bytes;
+        setChromaStretch(chroma, rows.m_pCb + x / 2, rows.m_pCr + x / 2, nBlocks);
+        convertStretch(rows.m_pUpperY + x, chroma, nBlocks, rows.m_pUpperPixels + x);
+        convertStretch(rows.m_pLowerY + x, chroma, nBlocks, rows.m_pLowerPixels + x);
     }
-    return i;
+    return nConverted;
 }
 
 } // namespace

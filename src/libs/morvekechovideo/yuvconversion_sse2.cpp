@@ -73,16 +73,6 @@ MORVEK_SIMD inline Vector interleaveHighWords(Vector a, Vector b)
     return _mm_unpackhi_epi16(a, b);
 }
 
-MORVEK_SIMD inline Vector interleaveLowPixels(Vector a, Vector b)
-{
-    return _mm_unpacklo_epi32(a, b);
-}
-
-MORVEK_SIMD inline Vector interleaveHighPixels(Vector a, Vector b)
-{
-    return _mm_unpackhi_epi32(a, b);
-}
-
 MORVEK_SIMD inline Vector evenBytes(Vector bytes)
 {
     return _mm_and_si128(bytes, words(0x00ff));
@@ -91,6 +81,12 @@ MORVEK_SIMD inline Vector evenBytes(Vector bytes)
 MORVEK_SIMD inline Vector oddBytes(Vector bytes)
 {
     return _mm_srli_epi16(bytes, 8);
+}
+
+// From the even ones, then the odd ones, of 16 pixels to one after the other.
+MORVEK_SIMD inline Vector inPixelOrder(Vector bytes)
+{
+    return _mm_unpacklo_epi8(bytes, _mm_srli_si128(bytes, 8));
 }
 
 MORVEK_SIMD inline Vector loadLuma(const uchar *pLuma)
