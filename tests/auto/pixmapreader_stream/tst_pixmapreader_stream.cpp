@@ -149,7 +149,7 @@ void TestPixmapReaderStream::aPauseKeepsThePicturesAndEndsTheConnection()
     QVERIFY(showsAllInputs());
 
     m_pService->restartRead();
-    QTRY_COMPARE_WITH_TIMEOUT(m_pServer->acceptedCount(), 2, LongWait);
+    QTRY_VERIFY_WITH_TIMEOUT(m_pServer->acceptedCount() > 1, LongWait);
     QCOMPARE(m_pService->m_pPixmapReader, pReader);
 }
 
