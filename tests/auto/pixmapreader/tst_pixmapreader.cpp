@@ -75,6 +75,7 @@ private Q_SLOTS:
     void entriesAreOverwrittenAndNeverRemoved();
     void slotsAreReadAtEachCut();
     void theSignalComesAfterEachCutOnItsThread();
+    void aCutWaitsForThoseWhoRead();
     void noLockIsHeldDuringTheSignal();
     void withoutADeviceNothingIsCut();
 
@@ -340,6 +341,21 @@ void TestPixmapReader::theSignalComesAfterEachCutOnItsThread()
     m_pService->inputVideoReadFinished();
     QCOMPARE(threads.size(), 2);
     QCOMPARE(threads.last(), QThread::currentThread());
+}
+
+void TestPixmapReader::aCutWaitsForThoseWhoRead()
+{
+    const std::unique_ptr<QThread> pReader(
+        QThread::create([this] { m_pService->inputVideoReadFinished(); }));
+    m_pService->m_mtxMapInputVideo.lockForRead();
+    pReader->start();
+    const bool isEarly = pReader->wait(50);
+    const int nEntries = m_pService->m_mapInputVideo.size();
+    m_pService->m_mtxMapInputVideo.unlock();
+    QVERIFY(pReader->wait(30000));
+    QVERIFY(!isEarly);
+    QCOMPARE(nEntries, 0);
+    QCOMPARE(m_pService->m_mapInputVideo.size(), 1);
 }
 
 void TestPixmapReader::noLockIsHeldDuringTheSignal()

@@ -17,6 +17,7 @@
 #include <QtTest>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -40,6 +41,13 @@ QImage placeholder(const QColor &color)
     return solidPicture(QSize(2, 2), color);
 }
 
+/** How a test takes and releases one of the service's locks. */
+struct LockAccess
+{
+    std::function<void(PixmapReader &)> m_take;
+    std::function<void(PixmapReader &)> m_release;
+};
+
 /** Whether all pixels of a picture have one of these colours, the same one. */
 bool isOneOf(const QImage &picture, const QList<QColor> &colors)
 {
@@ -56,6 +64,7 @@ bool isOneOf(const QImage &picture, const QList<QColor> &colors)
 } // namespace
 
 Q_DECLARE_METATYPE(eShown)
+Q_DECLARE_METATYPE(LockAccess)
 
 class TestPixmapReaderServe : public QObject
 {
@@ -82,6 +91,8 @@ private Q_SLOTS:
     void anUnreadableFileGivesANullImage_data();
     void anUnreadableFileGivesANullImage();
 
+    void whatOthersChangeIsReadUnderItsLock_data();
+    void whatOthersChangeIsReadUnderItsLock();
     void picturesStayWholeWhileEverythingChanges();
 
 private:
@@ -333,6 +344,40 @@ void TestPixmapReaderServe::anUnreadableFileGivesANullImage()
     m_pService->loadDefaultImage(filePath("default.png"));
     m_pService->loadDefaultImage(strName.isEmpty() ? QString() : filePath(strName));
     QVERIFY(m_pService->defaultImage(QString()).isNull());
+}
+
+void TestPixmapReaderServe::whatOthersChangeIsReadUnderItsLock_data()
+{
+    QTest::addColumn<bool>("isOnline");
+    QTest::addColumn<LockAccess>("lockAccess");
+    QTest::newRow("pictures")
+        << true
+        << LockAccess{[](PixmapReader &service) { service.m_mtxMapInputVideo.lockForWrite(); },
+                      [](PixmapReader &service) { service.m_mtxMapInputVideo.unlock(); }};
+    QTest::newRow("served device")
+        << true
+        << LockAccess{[](PixmapReader &service) { service.m_mtxActivedDevice.lock(); },
+                      [](PixmapReader &service) { service.m_mtxActivedDevice.unlock(); }};
+    QTest::newRow("default image")
+        << false
+        << LockAccess{[](PixmapReader &service) { service.m_mtxDefaultImage.lock(); },
+                      [](PixmapReader &service) { service.m_mtxDefaultImage.unlock(); }};
+}
+
+void TestPixmapReaderServe::whatOthersChangeIsReadUnderItsLock()
+{
+    QFETCH(bool, isOnline);
+    QFETCH(LockAccess, lockAccess);
+    m_pDevice->setOnlineFlag(isOnline);
+    QImage videoFrame;
+    const std::unique_ptr<QThread> pRenderer(
+        QThread::create([&] { m_pService->getInputVideoFrame(m_pInput, videoFrame, true); }));
+    lockAccess.m_take(*m_pService);
+    pRenderer->start();
+    const bool isEarly = pRenderer->wait(50);
+    lockAccess.m_release(*m_pService);
+    QVERIFY(pRenderer->wait(30000));
+    QVERIFY(!isEarly);
 }
 
 // Every thread that may touch the service at work: the reader's, renderers, and the owner's.

@@ -80,6 +80,7 @@ private Q_SLOTS:
     void stopReadReturnsAfterTheThreadEnded();
 
     void theThreadCarriesAName();
+    void theDeviceIsCopiedUnderItsLock();
     void theDeviceMayBeReplacedWhileOthersAskForIt();
 
 private:
@@ -326,6 +327,20 @@ void TestReader::theThreadCarriesAName()
     QTRY_COMPARE_WITH_TIMEOUT(threadCount(QStringLiteral("echo-reader")), 1, LongWait);
     m_pReader->stopRead();
     QTRY_COMPARE_WITH_TIMEOUT(threadCount(QStringLiteral("echo-reader")), 0, LongWait);
+}
+
+void TestReader::theDeviceIsCopiedUnderItsLock()
+{
+    m_pReader->setDevice(m_pDevice);
+    std::weak_ptr<Device> wFound;
+    const std::unique_ptr<QThread> pThread(QThread::create([&] { wFound = m_pReader->device(); }));
+    std::unique_lock<std::mutex> lck(m_pReader->m_mtxDevice);
+    pThread->start();
+    const bool isEarly = pThread->wait(50);
+    lck.unlock();
+    QVERIFY(pThread->wait(LongWait));
+    QVERIFY(!isEarly);
+    QCOMPARE(wFound.lock(), m_pDevice);
 }
 
 void TestReader::theDeviceMayBeReplacedWhileOthersAskForIt()

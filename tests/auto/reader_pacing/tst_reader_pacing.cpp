@@ -79,7 +79,7 @@ void TestReaderPacing::aPassWaitsForTheRestOfItsInterval()
     QFETCH(int, nExpected);
     // A busy machine makes a wait longer, never shorter; one of several comes out right.
     qint64 nShortest = LongWait;
-    for (int i = 0; i < 20 && nShortest > nExpected + 4; ++i) {
+    for (int i = 0; i < 50 && nShortest > nExpected + 20; ++i) {
         const qint64 nMs = timeOfPass(nFps, nWorkMs);
         QVERIFY2(nMs >= nExpected - 1, qPrintable(QString::number(nMs)));
         nShortest = qMin(nShortest, nMs);
@@ -111,15 +111,19 @@ void TestReaderPacing::aWakeUpEndsTheWait()
 {
     QFETCH(bool, isToBePaused);
     m_reader.m_isPauseRead = isToBePaused;
-    const std::unique_ptr<QThread> pThread(
-        QThread::create([this] { m_reader.waitForNextPass(1, 0); }));
-    QElapsedTimer timer;
-    timer.start();
-    pThread->start();
-    while (!pThread->wait(1))
-        m_reader.m_cvStopRead.notify_all();
-    QVERIFY(timer.elapsed() < (isToBePaused ? LongWait : 900)); // of 1000
+    qint64 nShortest = LongWait;
+    for (int i = 0; i < 20 && nShortest >= 900; ++i) {
+        const std::unique_ptr<QThread> pThread(
+            QThread::create([this] { m_reader.waitForNextPass(1, 0); }));
+        QElapsedTimer timer;
+        timer.start();
+        pThread->start();
+        while (!pThread->wait(1))
+            m_reader.m_cvStopRead.notify_all();
+        nShortest = qMin(nShortest, timer.elapsed());
+    }
     m_reader.m_isPauseRead = false;
+    QVERIFY2(nShortest < 900, qPrintable(QString::number(nShortest))); // of 1000, or for ever
 }
 
 QTEST_GUILESS_MAIN(TestReaderPacing)
