@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <unistd.h>
+
 #include <algorithm>
 
 namespace Morvek::Tests {
@@ -31,6 +33,14 @@ int threadCount(const QString &strPrefix)
 int openFileCount()
 {
     return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
+}
+
+qint64 residentMemory()
+{
+    QFile file(QStringLiteral("/proc/self/statm"));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    return file.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE);
 }
 
 qint64 peakMemory()

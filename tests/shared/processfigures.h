@@ -13,6 +13,8 @@ QStringList threadNames();
 int threadCount(const QString &strPrefix = QString());
 /** How many file descriptors this process has open. */
 int openFileCount();
+/** How much memory of this process is resident, in bytes. */
+qint64 residentMemory();
 /** The most memory that this process has had resident so far, in bytes. */
 qint64 peakMemory();
 
