@@ -1,8 +1,7 @@
 #include "scenereader.h"
 
-#include "jsonchecker.h"
-
 #include <echolayout.h>
+#include <jsonchecker.h>
 
 #include <QDir>
 #include <QFile>

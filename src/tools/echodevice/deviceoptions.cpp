@@ -22,6 +22,7 @@ constexpr char FramesOption[] = "frames";
 constexpr char ShmOption[] = "shm";
 constexpr char ShmNameOption[] = "shm-name";
 constexpr char YuvOption[] = "yuv";
+constexpr char ScenarioOption[] = "scenario";
 constexpr char JsonOption[] = "json";
 constexpr char HelpOption[] = "help";
 constexpr char VersionOption[] = "version";
@@ -52,6 +53,7 @@ void addOptions(QCommandLineParser &parser)
          "Write the pictures to this file, as fast as possible unless they go elsewhere "
          "too; needs --frames.",
          "FILE"},
+        {ScenarioOption, "Play the faults of this scenario (JSON) on the stream.", "FILE"},
         {JsonOption, "Write the summary as JSON to this file; - for standard output.", "FILE"},
         {{"h", HelpOption}, "Show this help."},
         {{"v", VersionOption}, "Show the version."},
@@ -147,6 +149,10 @@ void readDestinations(OptionReader &reader, sDeviceOptions &options)
     options.m_isCapture = reader.isSet(ShmOption) || reader.isSet(ShmNameOption);
     const bool isElsewhere = options.m_isCapture || reader.isSet(YuvOption);
     options.m_isStreaming = !isElsewhere || reader.isSet(PortOption);
+    options.m_strScenarioFile = reader.name(ScenarioOption, QStringLiteral("a file name"));
+    if (reader.isSet(ScenarioOption) && !options.m_isStreaming) {
+        reader.refuse(ScenarioOption, QStringLiteral("a stream to play it on, by --port"));
+    }
     if (reader.isSet(YuvOption) && options.m_nFrames == 0) {
         reader.refuse(FramesOption, QStringLiteral("the number of pictures for --yuv, from 1"));
     }

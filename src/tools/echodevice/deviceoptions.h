@@ -20,6 +20,7 @@ struct sDeviceOptions
     bool m_isCapture = false;  ///< pictures are left in shared memory
     QString m_strCaptureName;  ///< of the shared memory; empty: of the environment, or the default
     QString m_strYuvFile;      ///< file to write as raw YUV; empty: none
+    QString m_strScenarioFile; ///< what goes wrong, and when; empty: nothing
     QString m_strSummary;      ///< file for the summary as JSON; empty: none; "-": standard output
 };
 

@@ -100,6 +100,7 @@ sDeviceSummary DeviceRun::summary() const
     summary.m_nPicturesSkipped = figures.m_nSkipped;
     summary.m_nClients = figures.m_nClients;
     summary.m_nBytesSent = figures.m_nBytes;
+    summary.m_nFaultsPlayed = figures.m_nFaults;
     summary.m_nDurationMs = m_clock.isValid() ? m_clock.elapsed() : 0;
     return summary;
 }

@@ -32,6 +32,9 @@ class DeviceRun : public QObject
 public:
     explicit DeviceRun(const sDeviceOptions &options, QObject *parent = nullptr);
 
+    /** What goes wrong on the stream, and when; before start(). */
+    void setScenario(const sScenario &scenario) { m_server.setScenario(scenario); }
+
     /**
      * Opens what the pictures go to.
      *

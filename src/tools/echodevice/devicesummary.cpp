@@ -17,6 +17,7 @@ QByteArray jsonText(const sDeviceSummary &summary)
         {"picturesSkipped", summary.m_nPicturesSkipped},
         {"clients", summary.m_nClients},
         {"bytesSent", summary.m_nBytesSent},
+        {"faultsPlayed", summary.m_nFaultsPlayed},
         {"durationMs", summary.m_nDurationMs},
     };
     return QJsonDocument(object).toJson();
@@ -24,14 +25,16 @@ QByteArray jsonText(const sDeviceSummary &summary)
 
 QByteArray plainText(const sDeviceSummary &summary)
 {
+    const QString strFaults = QStringLiteral("; played %1 faults").arg(summary.m_nFaultsPlayed);
     return QStringLiteral("made %1 pictures in %2 s; sent %3 and skipped %4 of them "
-                          "to %5 clients (%6 MB)\n")
+                          "to %5 clients (%6 MB)%7\n")
         .arg(summary.m_nPicturesMade)
         .arg(double(summary.m_nDurationMs) / 1000, 0, 'f', 1)
         .arg(summary.m_nPicturesSent)
         .arg(summary.m_nPicturesSkipped)
         .arg(summary.m_nClients)
         .arg(double(summary.m_nBytesSent) / 1e6, 0, 'f', 1)
+        .arg(summary.m_nFaultsPlayed > 0 ? strFaults : QString())
         .toUtf8();
 }
 

@@ -14,7 +14,8 @@ struct sDeviceSummary
     qint64 m_nPicturesSkipped = 0; ///< not offered to a client that was too slow
     qint64 m_nClients = 0;         ///< that ever connected
     qint64 m_nBytesSent = 0;
-    qint64 m_nDurationMs = 0; ///< since the device began to listen
+    qint64 m_nFaultsPlayed = 0; ///< of a scenario, counted for each client
+    qint64 m_nDurationMs = 0;   ///< since the device began to listen
 };
 
 /**

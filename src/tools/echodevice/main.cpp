@@ -1,12 +1,14 @@
 #include "deviceoptions.h"
 #include "devicerun.h"
 #include "devicesummary.h"
+#include "scenarioreader.h"
 #include "signalwatcher.h"
 
 #include <QCoreApplication>
 
 #include <csignal>
 #include <cstdio>
+#include <optional>
 
 using namespace Morvek::Tools;
 
@@ -32,10 +34,28 @@ int show(const QString &strText)
     return 0;
 }
 
+/** The scenario that is asked for; nothing, once that was told, where it is wrong. */
+std::optional<sScenario> scenarioOf(const sDeviceOptions &options)
+{
+    sScenario scenario;
+    QString strErrors;
+    if (options.m_strScenarioFile.isEmpty()
+        || readScenarioFile(options.m_strScenarioFile, &scenario, &strErrors))
+        return scenario;
+    const QStringList lines = strErrors.split(QLatin1Char('\n'));
+    for (const QString &strLine : lines)
+        complain(strLine);
+    return std::nullopt;
+}
+
 int run(const sDeviceOptions &options)
 {
+    const std::optional<sScenario> scenario = scenarioOf(options);
+    if (!scenario)
+        return ExitFailure;
     const SignalWatcher watcher;
     DeviceRun device(options);
+    device.setScenario(*scenario);
     if (!device.start()) {
         return fail(device.errorString(), ExitFailure);
     }

@@ -2,6 +2,8 @@
 
 #include <QTcpSocket>
 
+#include <sys/socket.h>
+
 namespace Morvek::Tools {
 
 namespace {
@@ -28,18 +30,41 @@ StreamClient::StreamClient(QTcpSocket *pSocket, sStreamFigures &figures, QObject
 
 void StreamClient::offer(const QByteArray &part)
 {
-    const bool isSlow = m_partEnds.size() >= MaxPicturesUnsent;
-    if (isSlow || m_pSocket->write(part) != part.size()) {
+    if (isSlow() || !send(part, true))
         ++m_figures.m_nSkipped;
-        return;
-    }
-    m_nBytesQueued += part.size();
-    m_partEnds.enqueue(m_nBytesQueued);
+}
+
+void StreamClient::offerPicture(const QByteArray &, const QByteArray &part)
+{
+    offer(part);
 }
 
 bool StreamClient::isDrained() const
 {
     return m_partEnds.isEmpty();
+}
+
+void StreamClient::reset()
+{
+    const linger immediately{1, 0};
+    setsockopt(int(m_pSocket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &immediately,
+               sizeof immediately);
+    m_pSocket->abort();
+}
+
+bool StreamClient::isSlow() const
+{
+    return m_partEnds.size() >= MaxPicturesUnsent;
+}
+
+bool StreamClient::send(const QByteArray &bytes, bool isEndOfPicture)
+{
+    if (m_pSocket->write(bytes) != bytes.size())
+        return false;
+    m_nBytesQueued += bytes.size();
+    if (isEndOfPicture)
+        m_partEnds.enqueue(m_nBytesQueued);
+    return true;
 }
 
 void StreamClient::slotBytesWritten(qint64 nBytes)
@@ -50,7 +75,7 @@ void StreamClient::slotBytesWritten(qint64 nBytes)
         m_partEnds.dequeue();
         ++m_figures.m_nSent;
     }
-    if (m_partEnds.isEmpty()) {
+    if (isDrained()) {
         Q_EMIT drained();
     }
 }

@@ -1,7 +1,9 @@
 #include "streamserver.h"
 
+#include "faultystreamclient.h"
+#include "streampart.h"
+
 #include <QTcpSocket>
-#include <QTimer>
 
 #include <algorithm>
 #include <chrono>
@@ -16,12 +18,12 @@ using namespace std::chrono_literals;
 constexpr int MaxClients = 64;
 constexpr auto AcceptPause = 1s; // after a failure such as too many open files
 
-QByteArray streamPart(const QByteArray &jpeg)
+constexpr auto ListenPause = 1s; // while the port belongs to somebody else
+constexpr int MsOfAnyRefusal = 1000;
+
+bool isEmpty(const sScenario &scenario)
 {
-    return "--morvek-echo-picture\r\n"
-           "Content-Type: image/jpeg\r\n"
-           "Content-Length: "
-         + QByteArray::number(jpeg.size()) + "\r\n\r\n" + jpeg + "\r\n";
+    return scenario.m_faults.isEmpty() && scenario.m_nPercent == 0;
 }
 
 } // namespace
@@ -31,11 +33,19 @@ StreamServer::StreamServer(QObject *parent)
 {
     connect(&m_server, &QTcpServer::newConnection, this, &StreamServer::slotNewConnection);
     connect(&m_server, &QTcpServer::acceptError, this, &StreamServer::slotAcceptError);
+    m_refusal.setSingleShot(true);
+    m_refusal.setTimerType(Qt::PreciseTimer);
+    connect(&m_refusal, &QTimer::timeout, this, &StreamServer::slotListenAgain);
 }
 
 bool StreamServer::listen(const QHostAddress &address, quint16 nPort)
 {
-    return m_server.listen(address, nPort);
+    if (!m_server.listen(address, nPort))
+        return false;
+    m_address = m_server.serverAddress();
+    m_nPort = m_server.serverPort();
+    planStartFaults();
+    return true;
 }
 
 bool StreamServer::isDrained() const
@@ -46,9 +56,12 @@ bool StreamServer::isDrained() const
 
 void StreamServer::broadcast(const QByteArray &jpeg)
 {
-    const QByteArray part = streamPart(jpeg);
-    for (StreamClient *pClient : std::as_const(m_clients)) {
-        pClient->offer(part);
+    const QByteArray part = streamPart(jpeg).bytes();
+    // A copy: a fault may end a connection, and take clients out of the list.
+    const QList<StreamClient *> clients = m_clients;
+    for (StreamClient *pClient : clients) {
+        if (m_clients.contains(pClient))
+            pClient->offerPicture(jpeg, part);
     }
 }
 
@@ -74,11 +87,21 @@ void StreamServer::slotAcceptError()
 
 void StreamServer::addClient(QTcpSocket *pSocket)
 {
-    auto *pClient = new StreamClient(pSocket, m_figures, this);
+    StreamClient *pClient = newClient(pSocket);
     connect(pClient, &StreamClient::drained, this, &StreamServer::tellIfDrained);
     connect(pClient, &StreamClient::ended, this, [this, pClient] { removeClient(pClient); });
     m_clients.append(pClient);
     Q_EMIT clientCountChanged(m_clients.size());
+}
+
+StreamClient *StreamServer::newClient(QTcpSocket *pSocket)
+{
+    if (isEmpty(m_scenario))
+        return new StreamClient(pSocket, m_figures, this);
+    const FaultSchedule schedule(m_scenario, int(m_figures.m_nClients) + 1);
+    auto *pClient = new FaultyStreamClient(pSocket, schedule, m_figures, this);
+    connect(pClient, &FaultyStreamClient::refusalRequested, this, &StreamServer::refuseFor);
+    return pClient;
 }
 
 void StreamServer::removeClient(StreamClient *pClient)
@@ -94,6 +117,50 @@ void StreamServer::tellIfDrained()
     if (isDrained()) {
         Q_EMIT drained();
     }
+}
+
+void StreamServer::planStartFaults()
+{
+    for (const sPlannedFault &planned : std::as_const(m_scenario.m_faults)) {
+        if (planned.m_eClock != eClock::Start)
+            continue;
+        auto *pTimer = new QTimer(this);
+        pTimer->setTimerType(Qt::PreciseTimer);
+        pTimer->setSingleShot(planned.m_nEvery == 0);
+        connect(pTimer, &QTimer::timeout, this, [this, planned, pTimer] {
+            pTimer->setInterval(planned.m_nEvery);
+            playOnAll(planned.m_fault);
+        });
+        pTimer->start(planned.m_nAt);
+    }
+}
+
+void StreamServer::playOnAll(const sFault &fault)
+{
+    if (fault.m_eFault == eFault::Refuse) {
+        ++m_figures.m_nFaults;
+        refuseFor(fault.m_nMs.value_or(MsOfAnyRefusal));
+        return;
+    }
+    for (StreamClient *pClient : std::as_const(m_clients))
+        static_cast<FaultyStreamClient *>(pClient)->add(fault);
+}
+
+void StreamServer::refuseFor(int nMs)
+{
+    m_server.close();
+    const QList<StreamClient *> clients = m_clients;
+    for (StreamClient *pClient : clients)
+        pClient->reset();
+    m_refusal.start(qMax(nMs, m_refusal.remainingTime()));
+}
+
+void StreamServer::slotListenAgain()
+{
+    if (m_server.listen(m_address, m_nPort))
+        return;
+    qWarning("Cannot listen again yet: %s", qUtf8Printable(m_server.errorString()));
+    m_refusal.start(ListenPause);
 }
 
 } // namespace Morvek::Tools

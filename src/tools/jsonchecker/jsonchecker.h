@@ -1,5 +1,5 @@
-#ifndef MORVEK_ECHOCANVAS_JSONCHECKER_H
-#define MORVEK_ECHOCANVAS_JSONCHECKER_H
+#ifndef MORVEK_TOOLS_JSONCHECKER_H
+#define MORVEK_TOOLS_JSONCHECKER_H
 
 #include <QColor>
 #include <QJsonObject>
@@ -107,4 +107,4 @@ private:
 
 } // namespace Morvek::Tools
 
-#endif // MORVEK_ECHOCANVAS_JSONCHECKER_H
+#endif // MORVEK_TOOLS_JSONCHECKER_H
