@@ -1,8 +1,11 @@
 #include "pictureguard_p.h"
 
+#include "pngtext_p.h"
+
 #include <QBuffer>
 #include <QImageReader>
 #include <QSize>
+#include <QVector>
 
 #include <algorithm>
 
@@ -23,6 +26,19 @@ constexpr uchar StartOfScan = 0xda;
 bool standsAlone(uchar marker)
 {
     return marker < FirstDefined || (marker >= FirstRestart && marker <= StartOfImage);
+}
+
+// Formats of several pictures, with a size for all of them that a single one need not keep to.
+bool hasUnreliableSize(const QByteArray &format)
+{
+    return format == "gif" || format == "ico";
+}
+
+// Such a pixel takes twice the memory, and a few bytes can stand for many of them.
+bool isDeep(QImage::Format format)
+{
+    constexpr int OrdinaryBits = 32;
+    return QImage::toPixelFormat(format).bitsPerPixel() > OrdinaryBits;
 }
 
 } // namespace
@@ -55,13 +71,21 @@ int jpegScanCount(const QByteArray &baPicture)
 
 bool isWithinLimits(const QByteArray &baPicture, const sPictureLimits &limits)
 {
+    // Before anything else looks at the picture, even for its size.
+    if (pngTextBytes(baPicture) > limits.m_nPngText)
+        return false;
     QBuffer buffer;
     buffer.setData(baPicture);
     buffer.open(QIODevice::ReadOnly);
-    const QSize size = QImageReader(&buffer).size();
+    QImageReader reader(&buffer);
+    // Asked before the size: afterwards the reader no longer knows.
+    if (hasUnreliableSize(reader.format()))
+        return false;
+    const QSize size = reader.size();
     if (size.isEmpty())
         return false;
-    const qint64 nPixels = qint64(size.width()) * size.height();
+    const int nWeight = isDeep(reader.imageFormat()) ? 2 : 1;
+    const qint64 nPixels = nWeight * qint64(size.width()) * size.height();
     const int nScans = std::max(jpegScanCount(baPicture), 1);
     return nPixels <= limits.m_nPixels && nPixels <= limits.m_nPixelScans / nScans;
 }
@@ -70,8 +94,20 @@ QImage decodePicture(const QByteArray &baPicture, const sPictureLimits &limits)
 {
     if (!isWithinLimits(baPicture, limits))
         return QImage();
-    return QImage::fromData(reinterpret_cast<const uchar *>(baPicture.constData()),
-                            baPicture.size());
+    return withWholePalette(
+        QImage::fromData(reinterpret_cast<const uchar *>(baPicture.constData()), baPicture.size()));
+}
+
+QImage withWholePalette(const QImage &picture)
+{
+    const bool isIndexed = picture.depth() == 1 || picture.format() == QImage::Format_Indexed8;
+    if (!isIndexed || picture.colorCount() >= 1 << picture.depth())
+        return picture;
+    QVector<QRgb> palette = picture.colorTable();
+    palette.insert(palette.size(), (1 << picture.depth()) - palette.size(), qRgb(0, 0, 0));
+    QImage whole = picture;
+    whole.setColorTable(palette);
+    return whole;
 }
 
 } // namespace Morvek::EchoVideo::Internal

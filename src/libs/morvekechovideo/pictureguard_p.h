@@ -10,8 +10,9 @@ namespace Morvek::EchoVideo::Internal {
 /** What a received picture may cost before it is decoded. */
 struct sPictureLimits
 {
-    qint64 m_nPixels = 16'777'216;      ///< width x height
+    qint64 m_nPixels = 16'777'216;      ///< width x height; one of 16-bit channels counts as two
     qint64 m_nPixelScans = 268'435'456; ///< width x height x scans of a JPEG
+    qint64 m_nPngText = 4096;           ///< bytes of texts and profiles of a PNG, as they are sent
 };
 
 /**
@@ -21,7 +22,8 @@ struct sPictureLimits
  * decoding cannot be interrupted: a stop would wait for it.
  *
  * @param baPicture  the compressed picture, in any format that Qt recognises by its contents
- * @return false for a picture above the limits, and where the size cannot be told
+ * @return false for a picture above the limits, and where the size cannot be told: GIF and icons may
+ *         decode to a larger one than they announce
  * @thread any
  */
 bool isWithinLimits(const QByteArray &baPicture, const sPictureLimits &limits = {});
@@ -33,6 +35,15 @@ bool isWithinLimits(const QByteArray &baPicture, const sPictureLimits &limits = 
  * @thread any; takes as long as the limits allow
  */
 QImage decodePicture(const QByteArray &baPicture, const sPictureLimits &limits = {});
+
+/**
+ * Makes a picture safe to draw: a pixel whose number its palette does not have would be read from
+ * whatever lies behind the palette.
+ *
+ * @return the same picture, or one with black behind a palette that is shorter than numbers can be
+ * @thread any
+ */
+QImage withWholePalette(const QImage &picture);
 
 /**
  * Counts the scans of a JPEG picture, up to its end marker.

@@ -55,6 +55,29 @@ QByteArray withScans(const QByteArray &jpeg, int nScans)
     return jpeg.left(iEnd) + lastScan.repeated(nScans - jpeg.count("\xff\xda")) + jpeg.mid(iEnd);
 }
 
+// An icon of one picture, which is 16 x 16 pixels large by its directory.
+QByteArray iconOf(const QByteArray &png)
+{
+    QByteArray icon("\0\0\1\0\1\0\x10\x10\0\0\1\0\x20\0\0\0\0\0\x16\0\0\0", 22);
+    icon[14] = char(png.size());
+    icon[15] = char(png.size() >> 8);
+    return icon + png;
+}
+
+// A GIF picture of one pixel, so many pixels from the upper edge of a larger area.
+QByteArray gifOf(int nWidth, int nHeight, int nTop)
+{
+    QByteArray gif("GIF89a\0\0\0\0\x80\0\0\0\0\0\xff\xff\xff"
+                   ",\0\0\0\0\1\0\1\0\0\2\2D\1\0;",
+                   35);
+    gif[6] = char(nWidth);
+    gif[7] = char(nWidth >> 8);
+    gif[8] = char(nHeight);
+    gif[9] = char(nHeight >> 8);
+    gif[22] = char(nTop);
+    return gif;
+}
+
 QByteArray smallJpeg()
 {
     return jpegBytes(solidPicture(QSize(64, 48), Qt::darkCyan));
@@ -71,6 +94,11 @@ private Q_SLOTS:
     void ordinaryPictureEqualsItsPlainDecoding();
     void losslessPictureIsWhatWasSaved_data();
     void losslessPictureIsWhatWasSaved();
+    void shortPaletteOfAFileIsMadeWhole();
+    void numbersBeyondThePaletteAreBlack_data();
+    void numbersBeyondThePaletteAreBlack();
+    void wholePalettesAreLeftAlone_data();
+    void wholePalettesAreLeftAlone();
     void unreadableBytesGiveANullPicture_data();
     void unreadableBytesGiveANullPicture();
     void truncatedPictureEqualsItsPlainDecoding();
@@ -114,6 +142,25 @@ void TestPictureGuard::ordinaryPictureEqualsItsPlainDecoding()
     COMPARE_PICTURES(decoded, plain);
 }
 
+// As a file can be: 256 numbers, and a palette of two colours.
+void TestPictureGuard::shortPaletteOfAFileIsMadeWhole()
+{
+    QImage picture(8, 8, QImage::Format_Indexed8);
+    picture.setColorTable(QVector<QRgb>(256, qRgb(0, 0, 255)));
+    picture.fill(200);
+    const QByteArray saved = bytesOf(picture, "bmp");
+    constexpr int HeaderBytes = 54;
+    constexpr int PaletteBytes = 256 * 4;
+    QByteArray bytes = saved.left(HeaderBytes + 8) + saved.mid(HeaderBytes + PaletteBytes);
+    bytes[10] = char(HeaderBytes + 8); // where the pixels begin
+    bytes[11] = 0;
+    bytes[46] = 2; // colours
+    bytes[47] = 0;
+    const QImage decoded = decodePicture(bytes);
+    QCOMPARE(decoded.colorCount(), 256);
+    COMPARE_PICTURES(decoded, solidPicture(QSize(8, 8), Qt::black));
+}
+
 void TestPictureGuard::losslessPictureIsWhatWasSaved_data()
 {
     QTest::addColumn<QByteArray>("format");
@@ -133,6 +180,56 @@ void TestPictureGuard::losslessPictureIsWhatWasSaved()
     QVERIFY(decodePicture(bytes, {33 * 21 - 1, NoLimits.m_nPixelScans}).isNull());
 }
 
+// A pixel beyond the palette would otherwise be drawn from memory that belongs to somebody else.
+void TestPictureGuard::numbersBeyondThePaletteAreBlack_data()
+{
+    QTest::addColumn<QRgb>("second");
+
+    QTest::newRow("opaque") << qRgb(10, 20, 30);
+    QTest::newRow("translucent") << qRgba(10, 20, 30, 40);
+}
+
+void TestPictureGuard::numbersBeyondThePaletteAreBlack()
+{
+    QFETCH(QRgb, second);
+
+    QImage picture(4, 1, QImage::Format_Indexed8);
+    picture.setColorTable({qRgb(1, 2, 3), second});
+    const uchar numbers[] = {0, 1, 2, 255};
+    std::copy_n(numbers, 4, picture.scanLine(0));
+    const QImage whole = withWholePalette(picture);
+    QCOMPARE(whole.format(), QImage::Format_Indexed8); // drawn as it was where it is right
+    QCOMPARE(whole.colorCount(), 256);
+    QCOMPARE(whole.pixel(0, 0), qRgb(1, 2, 3));
+    QCOMPARE(whole.pixel(1, 0), second);
+    QCOMPARE(whole.pixel(2, 0), qRgb(0, 0, 0));
+    QCOMPARE(whole.pixel(3, 0), qRgb(0, 0, 0));
+}
+
+void TestPictureGuard::wholePalettesAreLeftAlone_data()
+{
+    QTest::addColumn<QImage::Format>("format");
+    QTest::addColumn<int>("colors");
+
+    QTest::newRow("256 colours") << QImage::Format_Indexed8 << 256;
+    QTest::newRow("two colours for one bit") << QImage::Format_Mono << 2;
+    QTest::newRow("no palette") << QImage::Format_RGB32 << 0;
+    QTest::newRow("grey") << QImage::Format_Grayscale8 << 0;
+}
+
+void TestPictureGuard::wholePalettesAreLeftAlone()
+{
+    QFETCH(QImage::Format, format);
+    QFETCH(int, colors);
+
+    QImage picture(4, 3, format);
+    picture.fill(0);
+    picture.setColorCount(colors);
+    const QImage same = withWholePalette(picture);
+    QCOMPARE(same.cacheKey(), picture.cacheKey());
+    QVERIFY(withWholePalette(QImage()).isNull());
+}
+
 void TestPictureGuard::unreadableBytesGiveANullPicture_data()
 {
     QTest::addColumn<QByteArray>("bytes");
@@ -146,6 +243,12 @@ void TestPictureGuard::unreadableBytesGiveANullPicture_data()
     QTest::newRow("JPEG behind two stray bytes") << "\r\n" + smallJpeg();
     QTest::newRow("JPEG cut within its headers") << smallJpeg().left(100);
     QTest::newRow("JPEG of size 0 x 0") << claimingSize(smallJpeg(), 0, 0);
+    // Neither tells a size to rely on.
+    QTest::newRow("GIF") << gifOf(1, 1, 0);
+    QTest::newRow("GIF that is larger than it tells") << gifOf(2561, 10, 254);
+    QTest::newRow("icon") << bytesOf(gradientPicture(QSize(16, 16)), "ico");
+    QTest::newRow("icon whose picture is larger than it tells")
+        << iconOf(bytesOf(gradientPicture(QSize(300, 200)), "png"));
 }
 
 void TestPictureGuard::unreadableBytesGiveANullPicture()
