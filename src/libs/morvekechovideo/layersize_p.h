@@ -10,19 +10,23 @@
 
 namespace Morvek::EchoVideo::Internal {
 
+/** Whether integers can hold the layer's rectangle and every sum of its parts. */
+inline bool isRepresentable(const sLayerItem &item)
+{
+    constexpr qreal LargestCoordinate = 1 << 29;
+    const auto isSmall = [](qreal value) { return std::abs(value) <= LargestCoordinate; };
+    const QRectF &rect = item.m_boundingRect;
+    return isSmall(rect.x()) && isSmall(rect.y()) && isSmall(rect.width())
+        && isSmall(rect.height());
+}
+
 /**
  * The size of a layer's preview in whole pixels: position and far edge rounded, so that it can
  * differ by one from the rounded width. Empty for a rectangle that no integer can hold.
  */
 inline QSize layerSize(const sLayerItem &item)
 {
-    constexpr qreal LargestCoordinate = 1 << 29;
-    const QRectF &rect = item.m_boundingRect;
-    const auto isRepresentable = [](qreal value) { return std::abs(value) <= LargestCoordinate; };
-    if (!isRepresentable(rect.x()) || !isRepresentable(rect.y()) || !isRepresentable(rect.width())
-        || !isRepresentable(rect.height()))
-        return QSize();
-    return rect.toRect().size();
+    return isRepresentable(item) ? item.m_boundingRect.toRect().size() : QSize();
 }
 
 } // namespace Morvek::EchoVideo::Internal

@@ -5,8 +5,11 @@
 #include "echoframe_p.h"
 #include "layersize_p.h"
 #include "outofmemory_p.h"
+#include "pictureguard_p.h"
 
 #include <QDebug>
+#include <QFile>
+#include <QFileInfo>
 #include <QMetaObject>
 #include <QPainter>
 
@@ -24,11 +27,33 @@ void mirrorPicture(QImage &picture, sLayerItem::Mirroring mirroringType)
         picture = picture.mirrored(isHori, isVert);
 }
 
+// A rectangle's width or height, from its two edges; no host's rectangle overflows it.
+qint64 extent(int nFirst, int nLast)
+{
+    return qint64(nLast) - nFirst + 1;
+}
+
 bool isCropped(const sLayerSource &source)
 {
     // A rectangle without width or height shows the whole source; a negative one shows nothing.
-    return source.m_bLayerSourceIntercept && source.m_rectLayerSourceIntercept.width() != 0
-        && source.m_rectLayerSourceIntercept.height() != 0;
+    const QRect &rect = source.m_rectLayerSourceIntercept;
+    return source.m_bLayerSourceIntercept && extent(rect.left(), rect.right()) != 0
+        && extent(rect.top(), rect.bottom()) != 0;
+}
+
+// A part of a picture; empty where it lies outside, null for a size that is negative or that nothing
+// can hold.
+QImage cutOut(const QImage &picture, const QRect &rect)
+{
+    constexpr qint64 LargestExtent = 1 << 29;
+    const qint64 nWidth = extent(rect.left(), rect.right());
+    const qint64 nHeight = extent(rect.top(), rect.bottom());
+    if (nWidth <= 0 || nHeight <= 0 || nWidth > LargestExtent || nHeight > LargestExtent)
+        return QImage();
+    // Far enough outside to be empty, and no further: Qt's own sums of the positions overflow.
+    const int nLeft = qBound(-LargestExtent, qint64(rect.left()), LargestExtent);
+    const int nTop = qBound(-LargestExtent, qint64(rect.top()), LargestExtent);
+    return picture.copy(nLeft, nTop, int(nWidth), int(nHeight));
 }
 
 // The rectangle is in pixels of the source at its full size, whatever size the callback delivered.
@@ -36,9 +61,19 @@ void cropPicture(QImage &picture, const sLayerSource &source)
 {
     if (picture.isNull())
         return;
-    picture =
-        picture.scaled(source.m_sizeLayerSource, Qt::IgnoreAspectRatio, Qt::FastTransformation)
-            .copy(source.m_rectLayerSourceIntercept);
+    const QImage scaled =
+        picture.scaled(source.m_sizeLayerSource, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+    picture = cutOut(scaled, source.m_rectLayerSourceIntercept);
+}
+
+// Read whole before anything is decoded: memory that runs out while Qt reads from a file to see what
+// it holds leaves the lock of its picture formats locked for ever.
+QImage loadAlphaMap(const QString &strFile)
+{
+    QFile file(strFile);
+    if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return QImage();
+    return Internal::withWholePalette(QImage::fromData(file.readAll()));
 }
 
 } // namespace
@@ -58,12 +93,19 @@ void LayerVideoManager::videoPrerender(const sLayerVideoConfig &layerVideoCfg,
     layerVideoCanvas.fill(layerVideoCfg.m_LayerItem.m_layerColor);
 
     inputVideoFramePixmap(layerVideoCfg, inputVideoFrame);
+    // No part of such a rectangle can be told in pixels: the layer shows its colour.
+    if (!Internal::isRepresentable(layerVideoCfg.m_LayerItem))
+        return;
     {
         QPainter painter(&layerVideoCanvas);
         drawPreviewVideo(&painter, inputVideoFrame, layerVideoCfg);
     }
     // Before the decorations, which stay where they were configured.
     mirrorPicture(layerVideoCanvas, layerVideoCfg.m_LayerItem.m_mirroringType);
+    if (layerVideoCanvas.isNull()) {
+        Internal::warnOutOfMemory();
+        return;
+    }
     {
         QPainter painter(&layerVideoCanvas);
         drawMask(&painter, layerVideoCfg);
@@ -106,6 +148,7 @@ void LayerVideoManager::drawPreviewVideo(QPainter *pPainter, QImage &videoFrame,
                                          const sLayerVideoConfig &layerVideoCfg) const
 {
     const sLayerItem &item = layerVideoCfg.m_LayerItem;
+    videoFrame = Internal::withWholePalette(videoFrame);
     if (item.m_bMonoColorEnabled)
         videoFrame = videoFrame.convertToFormat(QImage::Format_Grayscale8);
     if (item.m_bReverseColorEnabled)
@@ -121,7 +164,7 @@ void LayerVideoManager::drawPreviewVideo(QPainter *pPainter, QImage &videoFrame,
         pPainter->setCompositionMode(QPainter::CompositionMode_Source);
         pPainter->drawImage(item.m_boundingRect, videoFrame);
         pPainter->setCompositionMode(QPainter::CompositionMode_DestinationIn);
-        pPainter->drawImage(item.m_boundingRect, QImage(strAlphaMapFile));
+        pPainter->drawImage(item.m_boundingRect, loadAlphaMap(strAlphaMapFile));
     }
     pPainter->restore();
 

@@ -10,11 +10,13 @@
 #include <QObject>
 #include <QtTest>
 
+#include <limits>
 #include <optional>
 #include <type_traits>
 
 using namespace Morvek::EchoVideo;
 using namespace Morvek::Tests;
+using Morvek::BizModel::Enum::Layer::BorderType;
 
 // Constructed while the library is loaded, a pixmap would end a host that has no application yet.
 static_assert(std::is_same_v<decltype(LayerVideoManager::m_frozenIcon), std::optional<QPixmap>>);
@@ -60,6 +62,9 @@ private Q_SLOTS:
     void opacityScalesTheAlpha();
     void halfOpacityHalvesEveryAlpha();
     void opacityAppliesInTheLayersRectangleOnly();
+
+    void layerThatNoNumberHoldsShowsItsColor_data();
+    void layerThatNoNumberHoldsShowsItsColor();
 
     void drawingLeavesThePainterAsItWas_data();
     void drawingLeavesThePainterAsItWas();
@@ -219,6 +224,40 @@ void tst_LayerDecorate::opacityAppliesInTheLayersRectangleOnly()
     const QImage picture = brightPicture(QSize(20, 16));
     COMPARE_PICTURES(drawn(&LayerVideoManager::drawOpacity, picture, cfg),
                      withAlpha(picture, QRect(6, 4, 14, 12), 51));
+}
+
+void tst_LayerDecorate::layerThatNoNumberHoldsShowsItsColor_data()
+{
+    QTest::addColumn<QRectF>("rect");
+
+    constexpr qreal Infinite = std::numeric_limits<qreal>::infinity();
+    QTest::newRow("place") << QRectF(1e20, 0, 8, 6);
+    QTest::newRow("size") << QRectF(0, 0, 8, 1e300);
+    QTest::newRow("infinite") << QRectF(-Infinite, 0, Infinite, 6);
+    QTest::newRow("not a number") << QRectF(std::numeric_limits<qreal>::quiet_NaN(), 0, 8, 6);
+}
+
+// With every decoration, each of which would be placed by these numbers.
+void tst_LayerDecorate::layerThatNoNumberHoldsShowsItsColor()
+{
+    QFETCH(QRectF, rect);
+
+    const LayerVideoManager manager(answering(solidPicture(QSize(8, 6), Qt::red)));
+    LayerVideoManager::m_frozenIcon = QPixmap::fromImage(solidPicture(QSize(24, 24), Qt::green));
+    sLayerVideoConfig cfg = pictureLayer(rect);
+    cfg.m_LayerItem.m_layerColor = QColor(10, 20, 30);
+    cfg.m_LayerItem.m_isFrozen = true;
+    cfg.m_LayerItem.m_opacity = 50;
+    cfg.m_LayerMask.m_bMaskEnable = true;
+    QImage canvas;
+    QImage frame;
+    LogCapture log;
+    for (const auto type : {BorderType::Hard_in, BorderType::Soft, BorderType::Halo_in}) {
+        cfg.m_LayerBorder.m_borderType = type;
+        manager.videoPrerender(cfg, canvas, frame);
+        COMPARE_PICTURES(canvas, solidPicture(QSize(2, 2), QColor(10, 20, 30)));
+    }
+    QCOMPARE(log.lines().size(), 3);
 }
 
 void tst_LayerDecorate::drawingLeavesThePainterAsItWas_data()

@@ -10,6 +10,8 @@
 #include <QObject>
 #include <QtTest>
 
+#include <limits>
+
 using namespace Morvek::EchoVideo;
 using namespace Morvek::Tests;
 
@@ -65,7 +67,13 @@ private Q_SLOTS:
     void cropOfNegativeSizeShowsNothing();
     void cropBeyondTheSourceIsEmpty_data();
     void cropBeyondTheSourceIsEmpty();
+    void cropFarBeyondTheSourceIsEmpty_data();
+    void cropFarBeyondTheSourceIsEmpty();
+    void cropThatNoPictureCanHoldShowsNothing_data();
+    void cropThatNoPictureCanHoldShowsNothing();
     void cropOfASourceWithoutSizeShowsNothing();
+    void numbersBeyondAPalettesEndAreBlack_data();
+    void numbersBeyondAPalettesEndAreBlack();
     void effectsOfANullPictureDrawNothingAndLogNothing();
 };
 
@@ -288,6 +296,53 @@ void tst_LayerPrepareEffects::cropBeyondTheSourceIsEmpty()
                      expected);
 }
 
+void tst_LayerPrepareEffects::cropFarBeyondTheSourceIsEmpty_data()
+{
+    QTest::addColumn<QPoint>("corner");
+
+    constexpr int Smallest = std::numeric_limits<int>::min();
+    constexpr int Largest = std::numeric_limits<int>::max() - 8; // 8 x 6 pixels still fit
+    QTest::newRow("to the left") << QPoint(Smallest, 0);
+    QTest::newRow("to the right") << QPoint(Largest, 0);
+    QTest::newRow("above") << QPoint(0, Smallest);
+    QTest::newRow("below") << QPoint(0, Largest);
+}
+
+void tst_LayerPrepareEffects::cropFarBeyondTheSourceIsEmpty()
+{
+    QFETCH(QPoint, corner);
+
+    sLayerVideoConfig cfg = croppedLayer(QRect(0, 0, 8, 6));
+    cfg.m_LayerSource.m_rectLayerSourceIntercept.moveTo(corner);
+    COMPARE_PICTURES(preview(cfg, gradientPicture(DeliveredSize)),
+                     solidPicture(QSize(8, 6), Qt::black));
+}
+
+void tst_LayerPrepareEffects::cropThatNoPictureCanHoldShowsNothing_data()
+{
+    QTest::addColumn<QPoint>("first");
+    QTest::addColumn<QPoint>("last");
+
+    constexpr int Smallest = std::numeric_limits<int>::min();
+    constexpr int Largest = std::numeric_limits<int>::max();
+    QTest::newRow("width") << QPoint(Smallest, 0) << QPoint(Largest, 3);
+    QTest::newRow("height") << QPoint(0, Smallest) << QPoint(3, Largest);
+    QTest::newRow("width below zero") << QPoint(Largest, 0) << QPoint(Smallest, 3);
+    QTest::newRow("height below zero") << QPoint(0, Largest) << QPoint(3, Smallest);
+}
+
+void tst_LayerPrepareEffects::cropThatNoPictureCanHoldShowsNothing()
+{
+    QFETCH(QPoint, first);
+    QFETCH(QPoint, last);
+
+    sLayerVideoConfig cfg = croppedLayer(QRect(2, 2, 4, 4));
+    cfg.m_LayerItem.m_layerColor = Qt::blue;
+    cfg.m_LayerSource.m_rectLayerSourceIntercept = QRect(first, last);
+    COMPARE_PICTURES(preview(cfg, gradientPicture(DeliveredSize)),
+                     solidPicture(QSize(4, 4), Qt::blue));
+}
+
 void tst_LayerPrepareEffects::cropOfASourceWithoutSizeShowsNothing()
 {
     sLayerVideoConfig cfg = croppedLayer(QRect(2, 2, 4, 4));
@@ -295,6 +350,30 @@ void tst_LayerPrepareEffects::cropOfASourceWithoutSizeShowsNothing()
     cfg.m_LayerSource.m_sizeLayerSource = QSize(0, 0);
     COMPARE_PICTURES(preview(cfg, gradientPicture(DeliveredSize)),
                      solidPicture(QSize(4, 4), Qt::blue));
+}
+
+void tst_LayerPrepareEffects::numbersBeyondAPalettesEndAreBlack_data()
+{
+    QTest::addColumn<QVector<QRgb>>("palette");
+    QTest::addColumn<bool>("isMono");
+
+    QTest::newRow("short palette") << QVector<QRgb>{qRgb(255, 0, 0)} << false;
+    QTest::newRow("short palette, mono") << QVector<QRgb>{qRgb(255, 0, 0)} << true;
+    QTest::newRow("all but the last") << QVector<QRgb>(255, qRgb(255, 0, 0)) << false;
+}
+
+// Read from behind the palette, they would show what is none of a host's business, or crash it.
+void tst_LayerPrepareEffects::numbersBeyondAPalettesEndAreBlack()
+{
+    QFETCH(QVector<QRgb>, palette);
+    QFETCH(bool, isMono);
+
+    QImage picture(4, 4, QImage::Format_Indexed8);
+    picture.setColorTable(palette);
+    memset(picture.bits(), 255, size_t(picture.sizeInBytes()));
+    sLayerVideoConfig cfg = pictureLayer(8, 6);
+    cfg.m_LayerItem.m_bMonoColorEnabled = isMono;
+    COMPARE_PICTURES(preview(cfg, picture), solidPicture(QSize(8, 6), Qt::black));
 }
 
 void tst_LayerPrepareEffects::effectsOfANullPictureDrawNothingAndLogNothing()
