@@ -80,6 +80,7 @@ void LayerVideoManager::slot_threadFinished()
     if (!pTask)
         return;
     m_undeletedRenderTasks.removeAll(pTask);
+    pTask->wait(); // for the last steps of a thread that has announced its end
     delete pTask;
 }
 

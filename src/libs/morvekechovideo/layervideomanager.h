@@ -35,7 +35,9 @@ class LayerVideoPrerenderTask;
  * The host writes one configuration per layer, starts the manager, and fetches a finished preview
  * whenever layerVideoRenderFinished() announces one. A manager belongs to the thread that created
  * it: construction, destruction, startManager(), stopManager() and setRenderEnable() are for that
- * thread. The words used for threads are explained in docs/threads.md.
+ * thread. It must be gone before main() returns or exit() is called: the device list and the input
+ * video service are destroyed then, and a manager that outlives them uses what no longer exists. The
+ * words used for threads are explained in docs/threads.md.
  */
 class MORVEK_ECHOVIDEO_EXPORT LayerVideoManager : public QObject
 {

@@ -37,7 +37,9 @@ class MORVEK_ECHOVIDEO_EXPORT PixmapReader : public QObject
 public:
     /**
      * The one service, created at the first call and destroyed at process exit, where it stops
-     * reading. Nothing is read before restartRead().
+     * reading, as stopRead() does: a file reader whose device is offline keeps the process from
+     * ending, so the host stops it, or sets the device online, before. Nothing is read before
+     * restartRead().
      *
      * @thread any; the service belongs to the thread of the first call, which must be main
      */

@@ -1,6 +1,7 @@
 #include "pixmapreader.h"
 
 #include "echoframe_p.h"
+#include "outofmemory_p.h"
 
 #include <QMutexLocker>
 #include <QReadLocker>
@@ -22,6 +23,12 @@ QImage placeholder(const QColor &color)
     return Internal::filledPicture(QSize(2, 2), color);
 }
 
+// Whether there is something to copy; a null rectangle stands for the whole frame.
+bool hasPicture(const QImage &frame, const QRect &inputRect)
+{
+    return !frame.isNull() && (inputRect.isNull() || !inputRect.isEmpty());
+}
+
 } // namespace
 
 void PixmapReader::inputVideoReadFinished()
@@ -41,7 +48,11 @@ void PixmapReader::inputVideoReadFinished()
                 DeviceList::instance()->echoVideoRect(pDevice->modelId(), index);
             // A deep copy: a reader may write its next picture into the same pixels, while whoever
             // fetched this one keeps it as long as he likes.
-            m_mapInputVideo[unsigned(nInputStartIndex) + index] = m_image.copy(inputRect);
+            const QImage picture = m_image.copy(inputRect);
+            if (picture.isNull() && hasPicture(m_image, inputRect))
+                Internal::warnOutOfMemory(); // the input keeps its last picture
+            else
+                m_mapInputVideo[unsigned(nInputStartIndex) + index] = picture;
         }
     }
     Q_EMIT inputVideoImageCopyFinished();

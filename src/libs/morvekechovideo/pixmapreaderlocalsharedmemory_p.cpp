@@ -73,7 +73,7 @@ void LocalSharedMemoryReader::readFrame(QImage &tempImage, QImage &spareImage)
         m_image = tempImage;
         std::swap(tempImage, spareImage);
         if (m_cbReadVideoFinished)
-            m_cbReadVideoFinished();
+            survivesOutOfMemory([this] { m_cbReadVideoFinished(); });
     } else if (isCaptureWarningDue(QDateTime::currentMSecsSinceEpoch())) {
         qWarning() << "Read Local Shared Memory video frame has failed! The result=" << ret;
     }

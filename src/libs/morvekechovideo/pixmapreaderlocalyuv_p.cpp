@@ -2,6 +2,7 @@
 
 #include "echofps_p.h"
 #include "echoframe_p.h"
+#include "outofmemory_p.h"
 #include "yuvconversion_p.h"
 
 #include <QCoreApplication>
@@ -65,51 +66,62 @@ void LocalYUVReader::readTask()
     const QString strFilePath = configuredPath(videoCfg);
     qDebug() << "----->Start read yuv file";
     YuvFilePlayer player(strFilePath);
-    m_image = QImage(EchoFrameSize, pictureFormat());
-    m_image.fill(NoSignalVideo); // for a file that is cut before its first frame was read
-    const bool isValidYUVFile = player.isValid() && m_image.sizeInBytes() >= BytesPerPicture;
+    m_image = QImage();
     PassRateLog rateLog;
 
     // While the device is offline a stop does not end the task, by design.
     while (!m_isStopRead || !pDevice->onlineFlag()) {
         const QDateTime dtStartFrame = QDateTime::currentDateTime();
-        // In place, although others hold pictures cut from m_image: the callback cuts deep copies,
-        // on this thread.
-        if (!isValidYUVFile)
-            drawRandomStripes(m_image);
-        else if (!player.readFrame(m_image))
+        bool isReadable = true;
+        survivesOutOfMemory([&] {
+            isReadable = drawNextPicture(player);
+            if (isReadable && m_cbReadVideoFinished)
+                m_cbReadVideoFinished();
+        });
+        if (!isReadable)
             return;
-        if (m_cbReadVideoFinished)
-            m_cbReadVideoFinished();
         waitForNextPass(EchoFps::load(videoCfg),
                         dtStartFrame.msecsTo(QDateTime::currentDateTime()));
         rateLog.countPass();
     }
 }
 
+// In place, although others hold pictures cut from m_image: the callback cuts deep copies, on this
+// thread. Returns false when the file can no longer be read.
+bool LocalYUVReader::drawNextPicture(YuvFilePlayer &player)
+{
+    if (m_image.isNull()) {
+        // The first time, and for as long as there was no memory for it.
+        m_image = QImage(EchoFrameSize, pictureFormat());
+        m_image.fill(NoSignalVideo); // for a file that is cut before its first frame was read
+    }
+    if (player.isValid() && m_image.sizeInBytes() >= BytesPerPicture)
+        return player.readFrame(m_image);
+    drawRandomStripes(m_image);
+    return true;
+}
+
 YuvFilePlayer::YuvFilePlayer(const QString &strFilePath)
     : m_file(strFilePath)
 {
-    if (open())
-        m_frame.resize(BytesPerFrame);
+    open();
     const qint64 nFrames = m_file.size() / BytesPerFrame;
     m_nFrames = int(std::min<qint64>(nFrames, std::numeric_limits<int>::max()));
     qDebug() << "Total Size:" << m_file.size() << "\tBytes Per Frames:" << BytesPerFrame
              << "\tNum Frames:" << m_nFrames;
 }
 
-bool YuvFilePlayer::open()
+void YuvFilePlayer::open()
 {
     // Opening a pipe, or reading a device, could wait for ever, where no stop reaches.
     const QFileInfo info(m_file);
     const bool isPlayable = !info.exists() || info.isFile();
     if (isPlayable && m_file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return true;
+        return;
     const QString strReason =
         isPlayable ? m_file.errorString() : QStringLiteral("Not a regular file");
     qWarning().noquote()
         << QStringLiteral("Cannot open %1 for reading: %2").arg(nativePath(), strReason);
-    return false;
 }
 
 QString YuvFilePlayer::nativePath() const
@@ -124,6 +136,7 @@ bool YuvFilePlayer::isValid() const
 
 bool YuvFilePlayer::readFrame(QImage &picture)
 {
+    m_frame.resize(BytesPerFrame); // here, where running out of memory costs one picture
     const bool isWhole = m_file.seek(qint64(m_nFrameIndex) * BytesPerFrame)
                       && m_file.read(m_frame.data(), BytesPerFrame) == BytesPerFrame;
     if (m_file.error() != QFileDevice::NoError) {

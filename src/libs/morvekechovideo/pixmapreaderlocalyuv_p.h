@@ -11,6 +11,8 @@
 
 namespace Morvek::EchoVideo::Internal {
 
+class YuvFilePlayer;
+
 /**
  * Plays a raw YUV 4:2:0 file of 1920 x 1080 frames in an endless loop, at the device's frame rate.
  *
@@ -34,6 +36,8 @@ protected:
 
 private:
     Q_DISABLE_COPY(LocalYUVReader)
+
+    bool drawNextPicture(YuvFilePlayer &player);
 };
 
 /** The file of one run of the task. @thread reader */
@@ -59,7 +63,7 @@ public:
 private:
     Q_DISABLE_COPY(YuvFilePlayer)
 
-    bool open();
+    void open();
     QString nativePath() const;
 
     QFile m_file;

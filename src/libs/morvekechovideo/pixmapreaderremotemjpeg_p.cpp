@@ -100,8 +100,14 @@ void RemoteMJPEGReader::readMJPEGTask()
         return;
     const quint16 nPort = pDevice->deviceConfig().EchoVideoCfg.RemotePort;
     QByteArray tcpdata; // kept from one connection to the next
-    while (!m_isStopRead && pDevice->onlineFlag())
-        runConnection(*pDevice, nPort, tcpdata);
+    while (!m_isStopRead && pDevice->onlineFlag()) {
+        const auto nextAttempt = std::chrono::steady_clock::now() + ConnectTimeout;
+        if (survivesOutOfMemory([&] { runConnection(*pDevice, nPort, tcpdata); }))
+            continue;
+        // Nobody knows what that left of the connection; the next one is whole.
+        tcpdata = QByteArray();
+        waitForAttempt(nextAttempt);
+    }
     qDebug() << "RemoteMJPEGReader readTask end, m_isStopRead is " << m_isStopRead.load()
              << ", pDevice is not NULL,onlineFlag is " << pDevice->onlineFlag();
 }
@@ -112,6 +118,10 @@ void RemoteMJPEGReader::runConnection(const Device &device, quint16 nPort, QByte
     if (!connectToDevice(socket, device, nPort))
         return;
     const bool isReadFailed = !readStream(socket, device, nPort, tcpdata);
+    // This was the last connection then: a callback of the host's that takes its time, and a picture
+    // that is being decoded, may end while the device is given time to close it.
+    if (m_isStopRead)
+        m_isStopProcesser = true;
     closeConnection(socket);
     if (isReadFailed)
         backOff();
@@ -127,11 +137,16 @@ bool RemoteMJPEGReader::connectToDevice(QTcpSocket &socket, const Device &device
         return true;
     qWarning() << "Connect to " << strAddress << ":" << nPort << " mjpeg server timeout."
                << socket.errorString();
-    // A refusal comes at once; the rest of the second keeps the next attempt from following on its
-    // heels for ever.
+    waitForAttempt(nextAttempt);
+    return false;
+}
+
+// A refusal comes at once; the rest of the second keeps the next attempt from following on its heels
+// for ever.
+void RemoteMJPEGReader::waitForAttempt(std::chrono::steady_clock::time_point nextAttempt)
+{
     std::unique_lock<std::mutex> lck(m_mtxStopRead);
     m_cvStopRead.wait_until(lck, nextAttempt, [this] { return m_isStopRead.load(); });
-    return false;
 }
 
 // Returns false when reading failed, true when a stop or a pause ended it.
@@ -163,10 +178,11 @@ bool RemoteMJPEGReader::receive(QTcpSocket &socket, QByteArray &tcpdata)
         if (iHeader != -1)
             getVideoData(tcpdata, iHeader);
     });
-    if (isReceived && tcpdata.size() <= MaxReceiveBuffer)
-        return true;
-    tcpdata = QByteArray();
-    return false;
+    // Without memory for it, what has come is dropped; the stream goes on at its next header.
+    const bool isWithinLimit = tcpdata.size() <= MaxReceiveBuffer;
+    if (!isReceived || !isWithinLimit)
+        tcpdata = QByteArray();
+    return isWithinLimit;
 }
 
 int RemoteMJPEGReader::getVideoData(QByteArray &baMJPEG, int iStart)

@@ -61,6 +61,7 @@ private:
     // Steps of readMJPEGTask(), all on the reader thread.
     void runConnection(const Morvek::BizModel::Device &device, quint16 nPort, QByteArray &tcpdata);
     bool connectToDevice(QTcpSocket &socket, const Morvek::BizModel::Device &device, quint16 nPort);
+    void waitForAttempt(std::chrono::steady_clock::time_point nextAttempt);
     bool readStream(QTcpSocket &socket, const Morvek::BizModel::Device &device, quint16 nPort,
                     QByteArray &tcpdata);
     bool receive(QTcpSocket &socket, QByteArray &tcpdata);

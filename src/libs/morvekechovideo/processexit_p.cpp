@@ -5,6 +5,8 @@
 #include <QImageReader>
 #include <QLoggingCategory>
 #include <QMetaType>
+#include <QNetworkSession>
+#include <QSharedPointer>
 #include <QTcpSocket>
 #include <QThread>
 #include <QTimer>
@@ -35,6 +37,7 @@ void createRegistriesBeforeService()
     qFormatLogMessage(QtDebugMsg, QMessageLogContext(), QString()); // pattern of messages
     QMetaType::hasRegisteredConverterFunction(-1, -1);              // conversions of properties
     QHostInfo::abortHostLookup(-1);                                 // host name look-ups
+    qMetaTypeId<QSharedPointer<QNetworkSession>>();                 // what connecting looks for
     // On a thread of its own, because timers need one with an event dispatcher, and this one may
     // not have got its own yet.
     const std::unique_ptr<QThread> pThread(QThread::create(useRegistries));

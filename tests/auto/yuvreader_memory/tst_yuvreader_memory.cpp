@@ -58,10 +58,10 @@ class TestYuvReaderMemory : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void aPictureThatCannotBeMadeLeavesTheReaderRunning();
+    void aPictureThatCannotBeMadeIsMadeAtTheNextPass();
 };
 
-void TestYuvReaderMemory::aPictureThatCannotBeMadeLeavesTheReaderRunning()
+void TestYuvReaderMemory::aPictureThatCannotBeMadeIsMadeAtTheNextPass()
 {
     QTemporaryDir folder;
     QVERIFY(writeYuvFile(folder.filePath(QStringLiteral("echo.yuv")), 1));
@@ -76,10 +76,11 @@ void TestYuvReaderMemory::aPictureThatCannotBeMadeLeavesTheReaderRunning()
     qInstallMessageHandler(previous);
 
     QVERIFY(isGoingOn);
-    for (int i = 0; i < 4; ++i)
-        QCOMPARE(probe.pictures()[i].m_size, QSize(0, 0)); // a null picture
-    QCOMPARE(logLines.size(), 2);                          // and no message about it
-    QCOMPARE(probe.image().size(), QSize(1920, 1080));     // without signal, at the end
+    QCOMPARE(probe.pictures()[0].m_size, QSize(0, 0)); // a null picture
+    for (int i = 1; i < 4; ++i)
+        QCOMPARE(probe.pictures()[i].m_size, QSize(1920, 1080));
+    QCOMPARE(logLines.size(), 2);                      // and no message about it
+    QCOMPARE(probe.image().size(), QSize(1920, 1080)); // without signal, at the end
 }
 
 int main(int argc, char *argv[])
