@@ -12,8 +12,20 @@ if(MORVEK_SANITIZER STREQUAL "address")
         -fno-omit-frame-pointer)
 elseif(MORVEK_SANITIZER STREQUAL "thread")
     set(MORVEK_SANITIZER_FLAGS -fsanitize=thread -fno-omit-frame-pointer)
+    # Fences, which ThreadSanitizer does not know, stand only where another process is written to or
+    # read, which it does not see either.
+    set(MORVEK_SANITIZER_COMPILE_FLAGS $<$<CXX_COMPILER_ID:GNU>:-Wno-tsan>
+        "SHELL:-include ${PROJECT_SOURCE_DIR}/tests/tsan/sharing.h")
 elseif(MORVEK_SANITIZER)
     message(FATAL_ERROR "MORVEK_SANITIZER is '${MORVEK_SANITIZER}': expected empty, address or thread")
+endif()
+
+if(MORVEK_BUILD_FUZZERS)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        message(FATAL_ERROR "MORVEK_BUILD_FUZZERS needs clang (the preset fuzz sets it)")
+    endif()
+    # What tells a fuzzer which code an input reached.
+    list(APPEND MORVEK_SANITIZER_FLAGS -fsanitize=fuzzer-no-link)
 endif()
 
 function(morvek_configure_target target)
@@ -31,6 +43,7 @@ function(morvek_configure_target target)
         $<$<BOOL:${MORVEK_WARNINGS_AS_ERRORS}>:-Werror>
         ${MORVEK_PATH_MAP_FLAGS}
         ${MORVEK_SANITIZER_FLAGS}
+        ${MORVEK_SANITIZER_COMPILE_FLAGS}
     )
     get_target_property(type ${target} TYPE)
     if(NOT type STREQUAL "OBJECT_LIBRARY" AND NOT type STREQUAL "STATIC_LIBRARY")
@@ -40,6 +53,11 @@ function(morvek_configure_target target)
         target_link_options(${target} PRIVATE $<$<NOT:$<BOOL:${MORVEK_SANITIZER}>>:LINKER:--no-undefined>)
         set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN")
     elseif(type STREQUAL "EXECUTABLE")
+        if(MORVEK_SANITIZER STREQUAL "thread" AND MORVEK_BUILD_TESTS)
+            target_sources(${target} PRIVATE $<TARGET_OBJECTS:morvek_tsan_interposer>)
+            # Also what only a library of Qt's calls, which the program itself is not linked to.
+            target_link_options(${target} PRIVATE LINKER:--export-dynamic)
+        endif()
         set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
     endif()
 endfunction()

@@ -3,73 +3,21 @@
 
 #include <mjpegframing_p.h>
 
+#include <plainreceiver.h>
 #include <testpictures.h>
 
 #include <QtTest>
 
 #include <algorithm>
-#include <cstdio>
 #include <random>
 #include <string>
 #include <vector>
 
 using Morvek::EchoVideo::Internal::cutPicture;
 using Morvek::Tests::mjpegPart;
+using Morvek::Tests::PlainReceiver;
 
 namespace {
-
-// The cut in the words of its description: on std::string, with the C library's formatted scan, and
-// with copies of everything.
-class ReferenceCutter
-{
-public:
-    std::string m_buffer;
-    std::vector<std::string> m_pictures;
-
-    void read(const std::string &bytes)
-    {
-        m_buffer += bytes;
-        const long long header = cut((long long)m_buffer.size());
-        if (header != -1)
-            cut(header);
-    }
-
-private:
-    long long behindLineEnd(long long from) const
-    {
-        const std::size_t found = m_buffer.find("\r\n", std::size_t(from));
-        const long long index = found == std::string::npos ? -1 : (long long)found;
-        return index + 2;
-    }
-
-    long long cut(long long start)
-    {
-        std::size_t header = std::string::npos;
-        if (start - 1 >= 0)
-            header = m_buffer.rfind("Content-Length", std::size_t(start - 1));
-        if (header == std::string::npos) {
-            m_buffer = m_buffer.substr(std::size_t(std::max(start, 1LL) - 1));
-            return -1;
-        }
-        const long long end = behindLineEnd((long long)header);
-        const long long lineLength = end - (long long)header;
-        const std::string line = lineLength < 0 ? m_buffer.substr(header)
-                                                : m_buffer.substr(header, std::size_t(lineLength));
-        long long length = 0;
-        if (std::sscanf(line.c_str(), "Content-Length: %lld\r\n", &length) != 1)
-            length = 0;
-        if (length < 0)
-            length = 0;
-        if (length > 2147483647LL)
-            length = 2147483647LL;
-        const long long data = behindLineEnd(end);
-        if (data + length > (long long)m_buffer.size())
-            return (long long)header;
-        m_pictures.push_back(m_buffer.substr(std::size_t(data), std::size_t(length)));
-        m_buffer.erase(0, std::size_t(data + length));
-        return -1;
-    }
-};
 
 // A receive buffer that is treated as a reader treats it: two cuts after each read.
 class Receiver
@@ -100,7 +48,7 @@ int firstDifference(const std::vector<std::string> &reads, Receiver *pReceiver =
 {
     Receiver local;
     Receiver &receiver = pReceiver ? *pReceiver : local;
-    ReferenceCutter reference;
+    PlainReceiver reference;
     for (std::size_t i = 0; i < reads.size(); ++i) {
         receiver.read(QByteArray::fromStdString(reads[i]));
         reference.read(reads[i]);
