@@ -29,6 +29,16 @@ void useRegistries()
     QImageReader(&noPicture).canRead(); // picture decoders, and the lock around their choice
 }
 
+// Connecting asks for one, deprecated or not, and thereby registers how to convert it; which would be
+// taken back, at process exit, before the service stops its reader.
+void registerNetworkSession()
+{
+    QT_WARNING_PUSH
+    QT_WARNING_DISABLE_DEPRECATED
+    qMetaTypeId<QSharedPointer<QNetworkSession>>();
+    QT_WARNING_POP
+}
+
 } // namespace
 
 void createRegistriesBeforeService()
@@ -37,7 +47,7 @@ void createRegistriesBeforeService()
     qFormatLogMessage(QtDebugMsg, QMessageLogContext(), QString()); // pattern of messages
     QMetaType::hasRegisteredConverterFunction(-1, -1);              // conversions of properties
     QHostInfo::abortHostLookup(-1);                                 // host name look-ups
-    qMetaTypeId<QSharedPointer<QNetworkSession>>();                 // what connecting looks for
+    registerNetworkSession();
     // On a thread of its own, because timers need one with an event dispatcher, and this one may
     // not have got its own yet.
     const std::unique_ptr<QThread> pThread(QThread::create(useRegistries));

@@ -4,6 +4,7 @@
 #include <pixmapreader.h>
 
 #include "capturesegment.h"
+#include "emissioncounter.h"
 #include "logcapture.h"
 #include "picturecompare.h"
 #include "processfigures.h"
@@ -15,7 +16,6 @@
 #include <devicelist.h>
 #include <input.h>
 
-#include <QSignalSpy>
 #include <QtTest>
 
 #include <sys/mman.h>
@@ -69,7 +69,7 @@ private:
     std::shared_ptr<Device> m_pDevice;
     std::unique_ptr<LogCapture> m_pLog;
     std::unique_ptr<ActiveDevice> m_pActive;
-    std::unique_ptr<QSignalSpy> m_pFrames;
+    std::unique_ptr<EmissionCounter> m_pFrames;
 };
 
 void TestCaptureChain::initTestCase()
@@ -84,9 +84,8 @@ void TestCaptureChain::init()
     m_pDevice = makeDevice(s_EchoVideoConfig::LocalDVI, Columns);
     m_pDevice->deviceConfig().EchoVideoCfg.FPS = 50;
     m_pActive = std::make_unique<ActiveDevice>(m_pDevice);
-    m_pFrames = std::make_unique<QSignalSpy>(PixmapReader::instance(),
-                                             &PixmapReader::inputVideoImageCopyFinished);
-    QVERIFY(m_pFrames->isValid());
+    m_pFrames = std::make_unique<EmissionCounter>(PixmapReader::instance(),
+                                                  &PixmapReader::inputVideoImageCopyFinished);
 }
 
 void TestCaptureChain::cleanup()

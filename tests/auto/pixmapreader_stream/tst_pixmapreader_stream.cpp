@@ -2,6 +2,7 @@
 
 #include <pixmapreader.h>
 
+#include "emissioncounter.h"
 #include "logcapture.h"
 #include "mjpegserver.h"
 #include "picturecompare.h"
@@ -14,7 +15,6 @@
 #include <pixmapreader_p.h>
 
 #include <QElapsedTimer>
-#include <QSignalSpy>
 #include <QThread>
 #include <QtTest>
 
@@ -131,7 +131,7 @@ void TestPixmapReaderStream::thePicturesAreToldAgainAndAgain()
                 isOnMain = true;
         },
         Qt::DirectConnection);
-    QSignalSpy finished(m_pService.get(), &PixmapReader::inputVideoImageCopyFinished);
+    const EmissionCounter finished(m_pService.get(), &PixmapReader::inputVideoImageCopyFinished);
     m_pService->restartRead();
     QTRY_VERIFY_WITH_TIMEOUT(finished.count() >= 5, LongWait);
     m_pService->stopRead();

@@ -4,14 +4,19 @@
 // exit_host <address> <port> <source type>
 //   start, pause, stop      the service's operations
 //   offline, online         the device's state
+//   render                  a manager of main's own, which is destroyed right before the end, shows
+//                           the first input; answered once it has
 //   return, exit, destroy   end: return from main after the event loop; exit() with the application
 //                           still there; destroy the application, then exit()
 
 #include <device.h>
 #include <devicelist.h>
+#include <input.h>
+#include <layervideomanager.h>
 #include <pixmapreader.h>
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QTimer>
 
 #include <cstdlib>
@@ -21,8 +26,12 @@
 
 using Morvek::BizModel::Device;
 using Morvek::BizModel::DeviceList;
+using Morvek::BizModel::Input;
 using Morvek::BizModel::s_EchoVideoConfig;
+using Morvek::EchoVideo::LayerVideoManager;
 using Morvek::EchoVideo::PixmapReader;
+using Morvek::EchoVideo::sLayerSource;
+using Morvek::EchoVideo::sLayerVideoConfig;
 
 namespace {
 
@@ -39,6 +48,7 @@ void addDevice(char **arguments)
     pDevice->deviceConfig().InputSlotCount = 1;
     pDevice->deviceConfig().MaxConnectorCountOfSingleCard = 1;
     pDevice->setOnlineFlag(true);
+    DeviceList::instance()->setEchoVideoRect(pDevice->modelId(), 0, QRect(0, 0, 160, 90));
     DeviceList::instance()->addDevice(pDevice);
     DeviceList::instance()->setActivedDevice(pDevice);
 }
@@ -47,6 +57,28 @@ void setOnline(bool isOnline)
 {
     DeviceList::instance()->setDeviceOnline(DeviceList::instance()->activedDevice().lock(),
                                             isOnline);
+}
+
+std::unique_ptr<LayerVideoManager> startManager()
+{
+    auto pManager = std::make_unique<LayerVideoManager>(
+        [pInput = std::make_shared<Input>(quint8(0))](auto &&, auto &&, auto &&, QImage &frame) {
+            return PixmapReader::instance()->getInputVideoFrame(pInput, frame, false);
+        });
+    sLayerVideoConfig layerCfg;
+    layerCfg.m_LayerItem.m_boundingRect = QRectF(0, 0, 160, 90);
+    layerCfg.m_LayerSource.m_eLayerSourceType = sLayerSource::Input;
+    pManager->setLayerVideoConfig(layerCfg);
+    pManager->startManager(true);
+    return pManager;
+}
+
+void waitForPreview(LayerVideoManager &manager)
+{
+    QEventLoop loop;
+    QObject::connect(&manager, &LayerVideoManager::layerVideoRenderFinished, &loop,
+                     &QEventLoop::quit);
+    loop.exec();
 }
 
 void carryOut(const std::string &command)
@@ -71,17 +103,24 @@ int main(int argc, char **argv)
         return 2;
     PixmapReader::instance();
     addDevice(argv);
+    std::unique_ptr<LayerVideoManager> pManager;
 
     std::string command;
     while (std::getline(std::cin, command)) {
+        if (command == "render") {
+            pManager = startManager();
+            waitForPreview(*pManager);
+        }
         if (command == "return") {
             QTimer::singleShot(0, QCoreApplication::instance(), &QCoreApplication::quit);
             return QCoreApplication::exec();
         }
-        if (command == "destroy")
-            pApplication.reset();
-        if (command == "exit" || command == "destroy")
+        if (command == "exit" || command == "destroy") {
+            pManager.reset();
+            if (command == "destroy")
+                pApplication.reset();
             std::exit(0);
+        }
         carryOut(command);
     }
     return 3; // the test is gone

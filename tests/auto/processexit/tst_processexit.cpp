@@ -35,7 +35,11 @@ enum eState {
     Stopped,
     PlayingFile,
     FilePaused,
-    Capturing
+    Capturing,
+    RenderingStream,
+    RenderingLocalStream,
+    RenderingFile,
+    RenderingCapture
 };
 
 constexpr int HostCount = 5;    // of each state and ending, all at the same time
@@ -85,6 +89,23 @@ private:
     QByteArray m_baOutput;
     QByteArray m_baMessages;
 };
+
+s_EchoVideoConfig::eVideoSourceType sourceOf(eState eWanted)
+{
+    switch (eWanted) {
+    case PlayingFile:
+    case FilePaused:
+    case RenderingFile:
+        return s_EchoVideoConfig::LocalFile;
+    case Capturing:
+    case RenderingCapture:
+        return s_EchoVideoConfig::LocalDVI;
+    case RenderingLocalStream:
+        return s_EchoVideoConfig::LocalTCP;
+    default:
+        return s_EchoVideoConfig::RemoteTCP;
+    }
+}
 
 } // namespace
 
@@ -198,11 +219,7 @@ void TestProcessExit::startHosts(eState eWanted)
     const QString strAddress =
         eWanted == RefusedByName ? QStringLiteral("localhost") : QStringLiteral("127.0.0.1");
     const quint16 nPort = eWanted == Unanswered ? m_pUnanswering->port() : m_pServer->port();
-    auto eSource = s_EchoVideoConfig::RemoteTCP;
-    if (eWanted == PlayingFile || eWanted == FilePaused)
-        eSource = s_EchoVideoConfig::LocalFile;
-    else if (eWanted == Capturing)
-        eSource = s_EchoVideoConfig::LocalDVI;
+    const auto eSource = sourceOf(eWanted);
     for (int i = 0; i < HostCount; ++i)
         m_hosts.push_back(std::make_unique<Host>(strAddress, nPort, eSource));
 }
@@ -245,6 +262,13 @@ bool TestProcessExit::reach(eState eWanted)
         return reach(PlayingFile) && carryOut("pause");
     case Capturing:
         return carryOut("start") && allSay("shm_cap_init");
+    case RenderingStream:
+    case RenderingLocalStream:
+        return reach(Streaming) && carryOut("render");
+    case RenderingFile:
+        return reach(PlayingFile) && carryOut("render");
+    case RenderingCapture:
+        return reach(Capturing) && carryOut("render");
     }
     return false;
 }
@@ -272,6 +296,10 @@ void TestProcessExit::theProcessEndsWell_data()
         {PlayingFile, "playing a file"},
         {FilePaused, "playing a file, paused"},
         {Capturing, "capturing"},
+        {RenderingStream, "manager just gone, streaming"},
+        {RenderingLocalStream, "manager just gone, streaming from this machine"},
+        {RenderingFile, "manager just gone, playing a file"},
+        {RenderingCapture, "manager just gone, capturing"},
     };
     for (const auto &state : states) {
         for (const char *pEnding : {"return", "exit", "destroy"}) {
