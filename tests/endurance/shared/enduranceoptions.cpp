@@ -19,7 +19,8 @@ namespace {
 } // namespace
 
 sEnduranceOptions readEnduranceOptions(const QString &strDescription, const QString &strCount,
-                                       int nDefaultCount, const QStringList &names)
+                                       int nDefaultCount, const QStringList &names,
+                                       const QList<QCommandLineOption> &flags)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(strDescription);
@@ -28,6 +29,7 @@ sEnduranceOptions readEnduranceOptions(const QString &strDescription, const QStr
                                    QStringLiteral("Multiplies every bound on time."),
                                    QStringLiteral("factor"), QStringLiteral("1"));
     parser.addOption(slack);
+    parser.addOptions(flags);
     parser.addPositionalArgument(
         QStringLiteral("count"),
         QStringLiteral("%1; %2 if not given.").arg(strCount).arg(nDefaultCount),
@@ -44,6 +46,10 @@ sEnduranceOptions readEnduranceOptions(const QString &strDescription, const QStr
     options.m_slack = parser.value(slack).toDouble(&isOk);
     if (!isOk || !(options.m_slack >= 1))
         refuse(QStringLiteral("--slack takes a factor of 1 or more"));
+    for (const QCommandLineOption &flag : flags) {
+        if (parser.isSet(flag))
+            options.m_flags.append(flag.names().constFirst());
+    }
     QStringList arguments = parser.positionalArguments();
     options.m_nCount = nDefaultCount;
     if (!arguments.isEmpty()) {

@@ -1,6 +1,8 @@
 #ifndef MORVEK_TESTS_ENDURANCEOPTIONS_H
 #define MORVEK_TESTS_ENDURANCEOPTIONS_H
 
+#include <QCommandLineOption>
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -12,6 +14,7 @@ struct sEnduranceOptions
     int m_nCount = 0;       ///< rounds, seconds or minutes: each program says which
     double m_slack = 1;     ///< what every bound on time is multiplied by
     QStringList m_selected; ///< names of what is to be done; empty for everything
+    QStringList m_flags;    ///< names of the options of the program's own that are set
 };
 
 /**
@@ -22,9 +25,11 @@ struct sEnduranceOptions
  * @param strCount        what COUNT counts
  * @param nDefaultCount   COUNT where none is given
  * @param names           what NAME may be; empty for a program that does one thing
+ * @param flags           options of the program's own, without values
  */
 sEnduranceOptions readEnduranceOptions(const QString &strDescription, const QString &strCount,
-                                       int nDefaultCount, const QStringList &names = {});
+                                       int nDefaultCount, const QStringList &names = {},
+                                       const QList<QCommandLineOption> &flags = {});
 
 } // namespace Morvek::Tests
 
