@@ -3,6 +3,7 @@
 #include <capturesegment.h>
 #include <mjpegserver.h>
 #include <restfigures.h>
+#include <sanitized.h>
 #include <testdevice.h>
 #include <testpictures.h>
 #include <yuvpictures.h>
@@ -178,13 +179,15 @@ void runStartStopCycles(StartStopSubject &subject, const QString &strName, int n
     const double memory = double(after.m_nMemory - before.m_nMemory) / MiB;
     table.tell(strName + QStringLiteral(": cycles"), nCycles, QString(),
                QStringLiteral("%1 s").arg(seconds));
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    Q_UNUSED(slack) // a sanitizer keeps memory of its own
-    table.tell(strName + QStringLiteral(": memory gained"), memory, QStringLiteral("MiB"));
-#else
-    table.add(
-        {strName + QStringLiteral(": memory gained"), memory, slack, QStringLiteral("MiB"), {}});
-#endif
+    // A sanitizer keeps memory of its own.
+    if (IsSanitized)
+        table.tell(strName + QStringLiteral(": memory gained"), memory, QStringLiteral("MiB"));
+    else
+        table.add({strName + QStringLiteral(": memory gained"),
+                   memory,
+                   slack,
+                   QStringLiteral("MiB"),
+                   {}});
     table.add({strName + QStringLiteral(": threads gained"),
                double(after.m_nThreads - before.m_nThreads),
                0,

@@ -54,12 +54,16 @@ protected:
     }
     bool startAndAwaitMessage(const char *pText)
     {
-        m_log.clear();
         start();
+        return awaitMessage(pText);
+    }
+    bool awaitMessage(const char *pText) const
+    {
         return QTest::qWaitFor([&] { return m_log.count(QString::fromLatin1(pText)) > 0; }, 20000);
     }
     void start()
     {
+        m_log.clear();
         m_nTicks = 0;
         PixmapReader::instance()->restartRead();
     }
@@ -234,13 +238,11 @@ public:
     bool enter() override
     {
         const int nAccepted = m_pServer->acceptedCount();
-        m_log.clear();
         start();
         if (!QTest::qWaitFor([&] { return m_pServer->acceptedCount() > nAccepted; }))
             return false;
         m_pServer->closeConnections();
-        return QTest::qWaitFor(
-            [&] { return m_log.count(QStringLiteral("Read echo video from")) > 0; }, 20000);
+        return awaitMessage("Read echo video from");
     }
     int duration() const override { return 200; }
     double bound() const override { return FramePeriod + 20; }
@@ -251,7 +253,6 @@ private:
         , m_pServer(std::move(pServer))
     {}
 
-    LogCapture m_log;
     std::unique_ptr<MjpegServer> m_pServer;
 };
 
