@@ -48,6 +48,8 @@ private Q_SLOTS:
     void readsTheLength();
     void lengthsAboveTheBufferStayIncomplete_data();
     void lengthsAboveTheBufferStayIncomplete();
+    void nothingBehindTheBufferIsRead_data();
+    void nothingBehindTheBufferIsRead();
     void handlerSeesThePictureInTheBuffer();
     void twoCutsAfterEachRead_data();
     void twoCutsAfterEachRead();
@@ -222,6 +224,34 @@ void TestMjpegFraming::lengthsAboveTheBufferStayIncomplete()
     receiver.read("more");
     QCOMPARE(receiver.m_pictures.size(), 1);
     QVERIFY(receiver.m_buffer.endsWith(newest.right(200) + "more"));
+}
+
+void TestMjpegFraming::nothingBehindTheBufferIsRead_data()
+{
+    QTest::addColumn<QByteArray>("buffer");
+    QTest::addColumn<QByteArray>("behind");
+    QTest::addColumn<QList<QByteArray>>("pictures");
+
+    QTest::newRow("the rest of a header") << QByteArray("a line\r\nContent-Len")
+                                          << QByteArray("gth: 0\r\n\r\n") << QList<QByteArray>();
+    // Without a line end the picture is the empty one at the front, whatever its length.
+    QTest::newRow("the length") << QByteArray("Content-Length") << QByteArray(":3\r\n\r\nabc")
+                                << QList<QByteArray>({QByteArray()});
+    QTest::newRow("a digit of the length")
+        << QByteArray("Content-Length:") << QByteArray("3") << QList<QByteArray>({QByteArray()});
+}
+
+void TestMjpegFraming::nothingBehindTheBufferIsRead()
+{
+    QFETCH(QByteArray, buffer);
+    QFETCH(QByteArray, behind);
+
+    const QByteArray memory = buffer + behind;
+    QByteArray view = QByteArray::fromRawData(memory.constData(), buffer.size());
+    QList<QByteArray> cut;
+    cutPicture(view, view.size(),
+               [&](const char *pData, int nLength) { cut.append(QByteArray(pData, nLength)); });
+    QTEST(cut, "pictures");
 }
 
 void TestMjpegFraming::handlerSeesThePictureInTheBuffer()
