@@ -73,7 +73,9 @@ public:
     bool enterCallback()
     {
         m_isCallbackSlow = true;
-        return !m_pManagerInCallback || m_entered.tryAcquire(1, LongWait);
+        // With events: where all layers wait for their delivery here, none is rendered before it.
+        const auto isInside = [this] { return m_entered.tryAcquire(); };
+        return !m_pManagerInCallback || QTest::qWaitFor(isInside, LongWait);
     }
     void stopManagers()
     {
