@@ -138,8 +138,7 @@ void tst_EchoDeviceScenario::splitPictureArrivesWhole_data()
     QTest::newRow("somewhere") << QByteArray(R"("fault": "split")");
     QTest::newRow("before its start") << QByteArray(R"("fault": "split", "byte": 0)");
     QTest::newRow("behind its end") << QByteArray(R"("fault": "split", "byte": 67108864)");
-    QTest::newRow("many pieces") << QByteArray(R"("fault": "one_byte_writes", "bytes": 7)");
-    QTest::newRow("one byte each") << QByteArray(R"("fault": "one_byte_writes")");
+    QTest::newRow("many pieces") << QByteArray(R"("fault": "one_byte_writes", "bytes": 50)");
 }
 
 void tst_EchoDeviceScenario::splitPictureArrivesWhole()
@@ -239,7 +238,8 @@ void tst_EchoDeviceScenario::refusalEnds()
 void tst_EchoDeviceScenario::floodBringsLargePictures()
 {
     ScenarioProcess process(
-        oneFault(R"("fault": "flood", "ms": 60000, "fps": 1000, "bytes": 300000, "at": 1)"));
+        oneFault(R"("fault": "flood", "ms": 60000, "fps": 1000, "bytes": 300000, "at": 1)"),
+        {"--fps", "1"});
     QVERIFY2(process.device().waitForListening(), process.device().errors());
     PlainStream stream;
     QVERIFY(stream.connectTo(process.device().address(), process.device().port()));
@@ -250,8 +250,8 @@ void tst_EchoDeviceScenario::floodBringsLargePictures()
         QVERIFY2(part, qPrintable(stream.error()));
         QCOMPARE(part->m_picture.size(), 300000);
     }
-    // At the 30 a second of its other pictures it would take 2 s.
-    QVERIFY2(timer.elapsed() < 1900, qPrintable(QString::number(timer.elapsed())));
+    // At the rate of its other pictures it would take a minute.
+    QVERIFY2(timer.elapsed() < 30000, qPrintable(QString::number(timer.elapsed())));
 }
 
 void tst_EchoDeviceScenario::faultsFromASeedArePlayed()
