@@ -31,12 +31,14 @@ thread_local bool isArmedHere = false;
 
 bool isInScope()
 {
-    if (eArmedScope == FailingAllocator::eScope::ThisThread)
+    const FailingAllocator::eScope eScope = eArmedScope;
+    if (eScope == FailingAllocator::eScope::ThisThread)
         return isArmedHere;
-    constexpr char Prefix[] = "echo-";
+    const char *const pPrefix =
+        eScope == FailingAllocator::eScope::ReaderThread ? "echo-reader" : "echo-";
     char name[16] = "";
     prctl(PR_GET_NAME, name);
-    return std::strncmp(name, Prefix, sizeof Prefix - 1) == 0;
+    return std::strncmp(name, pPrefix, std::strlen(pPrefix)) == 0;
 }
 
 bool isToFail(std::size_t nBytes)

@@ -17,8 +17,9 @@ public:
 
     /** Whose allocations count. */
     enum class eScope {
-        ThisThread,    ///< the one that asks
-        LibraryThreads ///< those of the library, which it names "echo-..."
+        ThisThread,     ///< the one that asks
+        LibraryThreads, ///< those of the library, which it names "echo-..."
+        ReaderThread    ///< those of a reader's own thread alone
     };
 
     /** From now on the n-th large allocation fails, counted from 1, and no other. */

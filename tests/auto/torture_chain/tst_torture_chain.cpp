@@ -104,12 +104,13 @@ std::shared_ptr<Device> withFps(const std::shared_ptr<Device> &pDevice)
 
 // Lets the n-th allocation of the library fail, for each n; show() has a new picture sent.
 template <typename Show>
-void failEachAndRecover(Host &host, Show show)
+void failEachAndRecover(Host &host, Show show,
+                        FailingAllocator::eScope eScope = FailingAllocator::eScope::LibraryThreads)
 {
     const QColor first = show(0);
     QTRY_VERIFY_WITH_TIMEOUT(host.isShowing(first), LongWait);
     for (int n = 1; n <= Failures; ++n) {
-        FailingAllocator::failAt(n, FailingAllocator::eScope::LibraryThreads);
+        FailingAllocator::failAt(n, eScope);
         QTRY_VERIFY_WITH_TIMEOUT(FailingAllocator::hasFailed(), LongWait);
         const QColor color = show(n);
         QTRY_VERIFY2_WITH_TIMEOUT(host.isShowing(color), qPrintable(QString::number(n)), LongWait);
@@ -118,6 +119,8 @@ void failEachAndRecover(Host &host, Show show)
 
 } // namespace
 
+Q_DECLARE_METATYPE(Morvek::Tests::FailingAllocator::eScope)
+
 class TestTortureChain : public QObject
 {
     Q_OBJECT
@@ -125,22 +128,39 @@ class TestTortureChain : public QObject
 private Q_SLOTS:
     void cleanup() { FailingAllocator::disarm(); }
 
+    void mjpegStreamIsShownAgain_data();
     void mjpegStreamIsShownAgain();
     void capturedFramesAreShownAgain();
     void fileIsShownAgain();
 };
 
+void TestTortureChain::mjpegStreamIsShownAgain_data()
+{
+    QTest::addColumn<FailingAllocator::eScope>("scope");
+
+    QTest::newRow("anywhere") << FailingAllocator::eScope::LibraryThreads;
+    // Also what the socket allocates while it waits for data: the connection is then given up.
+    QTest::newRow("receiving") << FailingAllocator::eScope::ReaderThread;
+}
+
 void TestTortureChain::mjpegStreamIsShownAgain()
 {
+    QFETCH(FailingAllocator::eScope, scope);
+
     LogCapture log;
     MjpegServer server;
     Host host(withFps(makeMjpegDevice(server.port())));
-    failEachAndRecover(host, [&](int nPicture) {
-        // Large enough that receiving it takes large allocations too.
-        const QImage picture = solidPicture(QSize(1920, 1080), colorOf(nPicture));
-        server.stream(mjpegPart(jpegBytes(picture)), 90);
-        return colorOf(nPicture);
-    });
+    failEachAndRecover(
+        host,
+        [&](int nPicture) {
+            // Large enough that receiving it takes large allocations too.
+            const QImage picture = solidPicture(QSize(1920, 1080), colorOf(nPicture));
+            server.stream(mjpegPart(jpegBytes(picture)), 90);
+            return colorOf(nPicture);
+        },
+        scope);
+    if (scope == FailingAllocator::eScope::ReaderThread)
+        QVERIFY(server.acceptedCount() > 1);
 }
 
 void TestTortureChain::capturedFramesAreShownAgain()
