@@ -106,6 +106,17 @@ void QThreadPool::start(QRunnable *runnable, int priority)
     next(this, runnable, priority);
 }
 
+// See pictures.cpp for what this is.
+__attribute__((visibility("default"))) void
+destroyThreadPool(QThreadPool *pPool) asm("_ZN11QThreadPoolD1Ev");
+
+void destroyThreadPool(QThreadPool *pPool)
+{
+    static const auto next = nextFunction<void(QThreadPool *)>("_ZN11QThreadPoolD1Ev");
+    const Unseen unseen;
+    next(pPool);
+}
+
 bool QThreadPool::waitForDone(int msecs)
 {
     static const auto next =

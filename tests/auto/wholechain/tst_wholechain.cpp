@@ -1,4 +1,5 @@
 #include <echolayout.h>
+#include <sanitized.h>
 #include <tilestamp.h>
 
 #include <QDateTime>
@@ -72,6 +73,12 @@ sOutcome runCanvas(const QStringList &arguments)
     outcome.m_output = process.readAllStandardOutput();
     outcome.m_strErrors = QString::fromLocal8Bit(process.readAllStandardError());
     return outcome;
+}
+
+// How long a run is that takes so many seconds at most to show everything.
+QString seconds(int nSeconds)
+{
+    return QString::number(nSeconds * Morvek::Tests::SanitizerTimeFactor);
 }
 
 QStringList words(const QString &strLine)
@@ -158,7 +165,7 @@ void tst_WholeChain::initTestCase()
     const QString strJson = m_folder.filePath(QStringLiteral("report.json"));
     const sOutcome outcome =
         runCanvas({QStringLiteral("--headless"), QStringLiteral("--device"), device.address(),
-                   QStringLiteral("--seconds"), QStringLiteral("4"), QStringLiteral("--out"),
+                   QStringLiteral("--seconds"), seconds(4), QStringLiteral("--out"),
                    m_folder.filePath(QStringLiteral("out")), QStringLiteral("--json"), strJson});
     QVERIFY2(outcome.m_nExitCode == 0, qPrintable(outcome.m_strErrors));
     QVERIFY2(outcome.m_output.contains("layers rendered"), outcome.m_output.constData());
@@ -230,12 +237,12 @@ void tst_WholeChain::figuresArePlausible()
     QVERIFY(figure("previews") > figure("layers"));
     QVERIFY(figure("firstPreviewMs") > 0);
     QVERIFY(figure("allLayersMs") >= figure("firstPreviewMs"));
-    const double seconds = m_report[QStringLiteral("seconds")].toDouble();
-    QVERIFY(seconds >= 4);
-    QVERIFY(figure("allLayersMs") <= seconds * 1000);
+    const double duration = m_report[QStringLiteral("seconds")].toDouble();
+    QVERIFY(duration >= 4);
+    QVERIFY(figure("allLayersMs") <= duration * 1000);
     QVERIFY(figure("picturesSeen") >= 2);
     QVERIFY(figure("picturesSent") >= figure("picturesSeen"));
-    QVERIFY(figure("picturesSent") <= (seconds + 1) * DeviceFps);
+    QVERIFY(figure("picturesSent") <= (duration + 1) * DeviceFps);
     QVERIFY(figure("cpuSecondsPerSecond") > 0);
     QVERIFY(figure("residentBytes") > 1e6);
     const QJsonObject ages = totals[QStringLiteral("ageMs")].toObject();
@@ -262,8 +269,8 @@ void tst_WholeChain::ownSceneOverIPv6()
             { "name": "shaped", "rect": [320, 0, 320, 180], "alphaMap": "half.png",
               "source": { "type": "input", "input": 2 } } ] } ] })");
     const sOutcome outcome =
-        runCanvas(words(QStringLiteral("--headless --seconds 3 --json - --device %1 --scene %2")
-                            .arg(device.address(), strScene))
+        runCanvas(words(QStringLiteral("--headless --seconds %1 --json - --device %2 --scene %3")
+                            .arg(seconds(3), device.address(), strScene))
                   << QStringLiteral("--out") << m_folder.filePath(QStringLiteral("own")));
     QVERIFY2(outcome.m_nExitCode == 0, qPrintable(outcome.m_strErrors));
     // On standard output the figures stand alone.
@@ -304,8 +311,8 @@ void tst_WholeChain::aDeviceWithOtherTilesIsFoundOut()
     QVERIFY(!device.address().isEmpty());
     const QString strJson = m_folder.filePath(QStringLiteral("tiles.json"));
     const sOutcome outcome =
-        runCanvas(words(QStringLiteral("--headless --seconds 2 --device %1 --json %2")
-                            .arg(device.address(), strJson)));
+        runCanvas(words(QStringLiteral("--headless --seconds %1 --device %2 --json %3")
+                            .arg(seconds(2), device.address(), strJson)));
     QCOMPARE(outcome.m_nExitCode, 1);
     QVERIFY2(outcome.m_strErrors.contains(QStringLiteral("\"As it comes\": does not show input 0")),
              qPrintable(outcome.m_strErrors));
