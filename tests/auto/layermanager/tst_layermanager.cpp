@@ -12,7 +12,6 @@
 #include <QtTest>
 
 #include <algorithm>
-
 #include <atomic>
 #include <type_traits>
 
