@@ -1,7 +1,8 @@
 #include "mjpegframing_p.h"
 
+#include "receivebuffer_p.h"
+
 #include <algorithm>
-#include <cstring>
 #include <limits>
 
 namespace Morvek::EchoVideo::Internal {
@@ -10,26 +11,7 @@ namespace {
 
 constexpr char StartTitle[] = "Content-Length";
 constexpr int StartTitleLength = sizeof(StartTitle) - 1;
-constexpr char NewLine[] = "\r\n";
-constexpr int NewLineLength = sizeof(NewLine) - 1;
-
-// Where the last header that starts at or before `from` does; -1 if there is none. A picture that
-// arrives in many pieces is searched again after each of them: QByteArray's own backward search
-// takes more than ten times as long.
-int lastHeader(const QByteArray &buffer, int from)
-{
-    const char *const pData = buffer.constData();
-    int nSearched = std::min(from, buffer.size() - StartTitleLength) + 1;
-    while (nSearched > 0) {
-        const void *const pFound = memrchr(pData, StartTitle[0], std::size_t(nSearched));
-        if (!pFound)
-            return -1;
-        nSearched = int(static_cast<const char *>(pFound) - pData);
-        if (std::memcmp(pFound, StartTitle, StartTitleLength) == 0)
-            return nSearched;
-    }
-    return -1;
-}
+constexpr int NewLineLength = 2;
 
 bool isBlank(char c)
 {
@@ -58,19 +40,19 @@ qint64 announcedLength(const char *pLine, const char *pEnd)
 }
 
 // Where the text after the next line end begins; 1 when there is none, which callers rely on.
-qint64 afterNewLine(const QByteArray &buffer, qint64 from)
+qint64 afterNewLine(ReceiveBuffer &buffer, qint64 from)
 {
-    return qint64(buffer.indexOf(NewLine, int(from))) + NewLineLength;
+    return qint64(buffer.firstNewLine(from)) + NewLineLength;
 }
 
 } // namespace
 
-int cutPicture(QByteArray &baMJPEG, int iStart, const PictureHandler &handler)
+int cutPicture(ReceiveBuffer &baMJPEG, int iStart, const PictureHandler &handler)
 {
-    const int iNext = lastHeader(baMJPEG, iStart - 1);
+    const int iNext = baMJPEG.lastHeader(iStart - 1);
     if (iNext == -1) {
         // One byte is kept: the search position of the next call is never before it.
-        baMJPEG.remove(0, std::max(iStart, 1) - 1);
+        baMJPEG.removeFront(std::max(iStart, 1) - 1);
         return -1;
     }
 
@@ -85,7 +67,7 @@ int cutPicture(QByteArray &baMJPEG, int iStart, const PictureHandler &handler)
         return iNext;
 
     handler(baMJPEG.constData() + iDataStart, int(totalLen));
-    baMJPEG.remove(0, int(iDataStart + totalLen));
+    baMJPEG.removeFront(int(iDataStart + totalLen));
     return -1;
 }
 

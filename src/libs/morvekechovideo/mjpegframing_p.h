@@ -1,11 +1,11 @@
 #ifndef MORVEK_ECHOVIDEO_MJPEGFRAMING_P_H
 #define MORVEK_ECHOVIDEO_MJPEGFRAMING_P_H
 
-#include <QByteArray>
-
 #include <functional>
 
 namespace Morvek::EchoVideo::Internal {
+
+class ReceiveBuffer;
 
 /** Receives the bytes of one complete picture; they are valid during the call only. */
 using PictureHandler = std::function<void(const char *pData, int nLength)>;
@@ -22,7 +22,7 @@ using PictureHandler = std::function<void(const char *pData, int nLength)>;
  * @param handler  called once, before the removal, with a complete picture (possibly empty)
  * @return where the header of an incomplete picture starts, the buffer then being unchanged; else -1
  */
-int cutPicture(QByteArray &baMJPEG, int iStart, const PictureHandler &handler);
+int cutPicture(ReceiveBuffer &baMJPEG, int iStart, const PictureHandler &handler);
 
 } // namespace Morvek::EchoVideo::Internal
 

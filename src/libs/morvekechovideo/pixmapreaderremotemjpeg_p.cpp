@@ -99,20 +99,20 @@ void RemoteMJPEGReader::readMJPEGTask()
     if (!pDevice)
         return;
     const quint16 nPort = pDevice->deviceConfig().EchoVideoCfg.RemotePort;
-    QByteArray tcpdata; // kept from one connection to the next
+    ReceiveBuffer tcpdata; // kept from one connection to the next
     while (!m_isStopRead && pDevice->onlineFlag()) {
         const auto nextAttempt = std::chrono::steady_clock::now() + ConnectTimeout;
         if (survivesOutOfMemory([&] { runConnection(*pDevice, nPort, tcpdata); }))
             continue;
         // Nobody knows what that left of the connection; the next one is whole.
-        tcpdata = QByteArray();
+        tcpdata = ReceiveBuffer();
         waitForAttempt(nextAttempt);
     }
     qDebug() << "RemoteMJPEGReader readTask end, m_isStopRead is " << m_isStopRead.load()
              << ", pDevice is not NULL,onlineFlag is " << pDevice->onlineFlag();
 }
 
-void RemoteMJPEGReader::runConnection(const Device &device, quint16 nPort, QByteArray &tcpdata)
+void RemoteMJPEGReader::runConnection(const Device &device, quint16 nPort, ReceiveBuffer &tcpdata)
 {
     QTcpSocket socket;
     if (!connectToDevice(socket, device, nPort))
@@ -151,7 +151,7 @@ void RemoteMJPEGReader::waitForAttempt(std::chrono::steady_clock::time_point nex
 
 // Returns false when reading failed, true when a stop or a pause ended it.
 bool RemoteMJPEGReader::readStream(QTcpSocket &socket, const Device &device, quint16 nPort,
-                                   QByteArray &tcpdata)
+                                   ReceiveBuffer &tcpdata)
 {
     // While the device is offline a stop does not end this loop, by design: the stream running dry
     // does.
@@ -169,10 +169,10 @@ bool RemoteMJPEGReader::readStream(QTcpSocket &socket, const Device &device, qui
 }
 
 // Returns false, with the buffer emptied, for a stream that announces more than it brings.
-bool RemoteMJPEGReader::receive(QTcpSocket &socket, QByteArray &tcpdata)
+bool RemoteMJPEGReader::receive(QTcpSocket &socket, ReceiveBuffer &tcpdata)
 {
     const bool isReceived = survivesOutOfMemory([&] {
-        tcpdata.append(socket.readAll());
+        tcpdata.appendAllOf(socket);
         const int iHeader = getVideoData(tcpdata, tcpdata.size());
         // The newest picture is incomplete; the one before it is usually complete.
         if (iHeader != -1)
@@ -181,11 +181,11 @@ bool RemoteMJPEGReader::receive(QTcpSocket &socket, QByteArray &tcpdata)
     // Without memory for it, what has come is dropped; the stream goes on at its next header.
     const bool isWithinLimit = tcpdata.size() <= MaxReceiveBuffer;
     if (!isReceived || !isWithinLimit)
-        tcpdata = QByteArray();
+        tcpdata = ReceiveBuffer();
     return isWithinLimit;
 }
 
-int RemoteMJPEGReader::getVideoData(QByteArray &baMJPEG, int iStart)
+int RemoteMJPEGReader::getVideoData(ReceiveBuffer &baMJPEG, int iStart)
 {
     return cutPicture(baMJPEG, iStart,
                       [this](const char *pPicture, int nLength) { handOver(pPicture, nLength); });
@@ -199,6 +199,7 @@ void RemoteMJPEGReader::handOver(const char *pPicture, int nLength)
     std::unique_lock<std::mutex> lck(m_mtxQueueMJPEG, std::try_to_lock);
     if (!lck.owns_lock())
         return;
+    m_MJPEGBuffer.reserve(m_MJPEGBuffer.size() + nLength); // and keep it, emptied or not
     m_MJPEGBuffer.append(pPicture, nLength);
     m_cvQueueMJEPG.notify_all();
     lck.unlock();

@@ -2,6 +2,7 @@
 #define MORVEK_ECHOVIDEO_PIXMAPREADERREMOTEMJPEG_P_H
 
 #include "pixmapreader_p.h"
+#include "receivebuffer_p.h"
 
 #include <QByteArray>
 #include <QImage>
@@ -54,17 +55,18 @@ private:
     bool starProcessVideoFinishedTask();
     void stopProcessMJPEGTask();
     void readMJPEGTask();
-    int getVideoData(QByteArray &baMJPEG, int iStart);
+    int getVideoData(ReceiveBuffer &baMJPEG, int iStart);
     void processMJPEGTask();
     void processVideoFinishedTask();
 
     // Steps of readMJPEGTask(), all on the reader thread.
-    void runConnection(const Morvek::BizModel::Device &device, quint16 nPort, QByteArray &tcpdata);
+    void runConnection(const Morvek::BizModel::Device &device, quint16 nPort,
+                       ReceiveBuffer &tcpdata);
     bool connectToDevice(QTcpSocket &socket, const Morvek::BizModel::Device &device, quint16 nPort);
     void waitForAttempt(std::chrono::steady_clock::time_point nextAttempt);
     bool readStream(QTcpSocket &socket, const Morvek::BizModel::Device &device, quint16 nPort,
-                    QByteArray &tcpdata);
-    bool receive(QTcpSocket &socket, QByteArray &tcpdata);
+                    ReceiveBuffer &tcpdata);
+    bool receive(QTcpSocket &socket, ReceiveBuffer &tcpdata);
     void closeConnection(QTcpSocket &socket);
     void backOff();
     void handOver(const char *pPicture, int nLength);

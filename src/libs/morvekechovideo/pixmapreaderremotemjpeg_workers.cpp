@@ -104,7 +104,10 @@ void RemoteMJPEGReader::decodePending()
         return;
     if (!survivesOutOfMemory([this] { m_imagePrivate = decodePicture(m_MJPEGBuffer); }))
         m_imagePrivate = QImage();
-    m_MJPEGBuffer.clear();
+    if (m_MJPEGBuffer.capacity() <= LargestKeptRoom)
+        m_MJPEGBuffer.resize(0); // the next picture has its room already
+    else
+        m_MJPEGBuffer.clear();
 }
 
 void RemoteMJPEGReader::processVideoFinishedTask()

@@ -1,37 +1,15 @@
 // Cutting pictures out of the byte stream: single cuts and short streams, with their results written
 // down.
 
-#include <mjpegframing_p.h>
+#include <cuttingreceiver.h>
 
 #include <QtTest>
 
 using Morvek::EchoVideo::Internal::cutPicture;
+using Morvek::EchoVideo::Internal::ReceiveBuffer;
+using Morvek::Tests::CuttingReceiver;
 
 namespace {
-
-// A receive buffer that is treated as a reader treats it: two cuts after each read.
-class Receiver
-{
-public:
-    QByteArray m_buffer;
-    QList<QByteArray> m_pictures;
-
-    void read(const QByteArray &bytes)
-    {
-        m_buffer.append(bytes);
-        const int iHeader = cut(m_buffer.size());
-        if (iHeader != -1)
-            cut(iHeader);
-    }
-
-private:
-    int cut(int iStart)
-    {
-        return cutPicture(m_buffer, iStart, [this](const char *pData, int nLength) {
-            m_pictures.append(QByteArray(pData, nLength));
-        });
-    }
-};
 
 constexpr int WholeBuffer = -1; // for the start of a search
 
@@ -141,12 +119,13 @@ void TestMjpegFraming::cutsOnePicture()
 
     QList<QByteArray> pictures;
     const int nStart = start == WholeBuffer ? buffer.size() : start;
-    QCOMPARE(cutPicture(buffer, nStart,
+    ReceiveBuffer received = buffer;
+    QCOMPARE(cutPicture(received, nStart,
                         [&](const char *pData, int nLength) {
                             pictures.append(QByteArray(pData, nLength));
                         }),
              result);
-    QCOMPARE(buffer, rest);
+    QCOMPARE(received.toByteArray(), rest);
     QCOMPARE(pictures.size(), isCut ? 1 : 0);
     if (isCut)
         QCOMPARE(pictures.first(), picture);
@@ -191,10 +170,10 @@ void TestMjpegFraming::readsTheLength()
     QFETCH(int, length);
 
     const QByteArray data = "0123456789abcdef";
-    Receiver receiver;
+    CuttingReceiver receiver;
     receiver.read(line + "\r\n\r\n" + data);
     QCOMPARE(receiver.m_pictures, QList<QByteArray>{data.left(length)});
-    QCOMPARE(receiver.m_buffer, data.mid(length));
+    QCOMPARE(receiver.m_buffer.toByteArray(), data.mid(length));
 }
 
 void TestMjpegFraming::lengthsAboveTheBufferStayIncomplete_data()
@@ -216,14 +195,14 @@ void TestMjpegFraming::lengthsAboveTheBufferStayIncomplete()
 
     const QByteArray older = "Content-Length: 2\r\n\r\nAA";
     const QByteArray newest = "Content-Length: " + number + "\r\n\r\n" + QByteArray(200, 'x');
-    Receiver receiver;
+    CuttingReceiver receiver;
     receiver.read(older + newest);
     QCOMPARE(receiver.m_pictures, QList<QByteArray>{"AA"});
-    QCOMPARE(receiver.m_buffer, newest);
+    QCOMPARE(receiver.m_buffer.toByteArray(), newest);
 
     receiver.read("more");
     QCOMPARE(receiver.m_pictures.size(), 1);
-    QVERIFY(receiver.m_buffer.endsWith(newest.right(200) + "more"));
+    QVERIFY(receiver.m_buffer.toByteArray().endsWith(newest.right(200) + "more"));
 }
 
 void TestMjpegFraming::nothingBehindTheBufferIsRead_data()
@@ -247,7 +226,7 @@ void TestMjpegFraming::nothingBehindTheBufferIsRead()
     QFETCH(QByteArray, behind);
 
     const QByteArray memory = buffer + behind;
-    QByteArray view = QByteArray::fromRawData(memory.constData(), buffer.size());
+    ReceiveBuffer view = QByteArray::fromRawData(memory.constData(), buffer.size());
     QList<QByteArray> cut;
     cutPicture(view, view.size(),
                [&](const char *pData, int nLength) { cut.append(QByteArray(pData, nLength)); });
@@ -256,17 +235,17 @@ void TestMjpegFraming::nothingBehindTheBufferIsRead()
 
 void TestMjpegFraming::handlerSeesThePictureInTheBuffer()
 {
-    QByteArray buffer = "--b\r\nContent-Length: 3\r\n\r\nabcREST";
-    const QByteArray before = buffer;
+    const QByteArray before = "--b\r\nContent-Length: 3\r\n\r\nabcREST";
+    ReceiveBuffer buffer = before;
     int nCalls = 0;
     cutPicture(buffer, buffer.size(), [&](const char *pData, int nLength) {
         ++nCalls;
-        QCOMPARE(buffer, before);
+        QCOMPARE(buffer.toByteArray(), before);
         QCOMPARE(int(pData - buffer.constData()), before.indexOf("abc"));
         QCOMPARE(nLength, 3);
     });
     QCOMPARE(nCalls, 1);
-    QCOMPARE(buffer, QByteArray("REST"));
+    QCOMPARE(buffer.toByteArray(), QByteArray("REST"));
 }
 
 void TestMjpegFraming::twoCutsAfterEachRead_data()
@@ -308,11 +287,11 @@ void TestMjpegFraming::twoCutsAfterEachRead()
     QFETCH(QList<QByteArray>, pictures);
     QFETCH(QByteArray, rest);
 
-    Receiver receiver;
+    CuttingReceiver receiver;
     for (const QByteArray &bytes : qAsConst(reads))
         receiver.read(bytes);
     QCOMPARE(receiver.m_pictures, pictures);
-    QCOMPARE(receiver.m_buffer, rest);
+    QCOMPARE(receiver.m_buffer.toByteArray(), rest);
 }
 
 QTEST_APPLESS_MAIN(TestMjpegFraming)

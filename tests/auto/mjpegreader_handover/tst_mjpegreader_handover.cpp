@@ -23,7 +23,7 @@ const QByteArray Part = "Content-Length: 4\r\n\r\nABCD";
 // on meanwhile, and nothing can be said.
 bool handOverAfter(RemoteMJPEGReader &reader, int nMs)
 {
-    QByteArray buffer = Part;
+    ReceiveBuffer buffer = Part;
     reader.m_MJPEGBuffer.clear();
     const QTime now = QTime::currentTime();
     reader.m_time = now.addMSecs(-nMs);
@@ -115,10 +115,10 @@ void TestMjpegReaderHandOver::handOverRestartsTheTime()
     QImage image;
     RemoteMJPEGReader reader(image);
     reader.m_time = QTime::currentTime().addSecs(-3600);
-    QByteArray buffer = Part + "rest";
+    ReceiveBuffer buffer = Part + "rest";
     QCOMPARE(reader.getVideoData(buffer, buffer.size()), -1);
     QCOMPARE(reader.m_MJPEGBuffer, QByteArray("ABCD"));
-    QCOMPARE(buffer, QByteArray("rest"));
+    QCOMPARE(buffer.toByteArray(), QByteArray("rest"));
     QVERIFY(!isLongAgo(reader.m_time));
 }
 
@@ -126,7 +126,7 @@ void TestMjpegReaderHandOver::pictureTooSoonIsRemovedWithoutRestartingTheTime()
 {
     QImage image;
     RemoteMJPEGReader reader(image);
-    QByteArray buffer;
+    ReceiveBuffer buffer;
     QTime lastHandOver;
     const auto dropInTime = [&] {
         buffer = Part + "rest";
@@ -138,7 +138,7 @@ void TestMjpegReaderHandOver::pictureTooSoonIsRemovedWithoutRestartingTheTime()
     };
     QVERIFY(QTest::qWaitFor(dropInTime));
     QVERIFY(reader.m_MJPEGBuffer.isEmpty());
-    QCOMPARE(buffer, QByteArray("rest"));
+    QCOMPARE(buffer.toByteArray(), QByteArray("rest"));
     QCOMPARE(reader.m_time, lastHandOver);
 }
 
@@ -148,13 +148,13 @@ void TestMjpegReaderHandOver::busyDecoderIsNotWaitedFor()
     RemoteMJPEGReader reader(image);
     const QTime lastHandOver = QTime::currentTime().addSecs(-3600);
     reader.m_time = lastHandOver;
-    QByteArray buffer = Part + "rest";
+    ReceiveBuffer buffer = Part + "rest";
     {
         const ElsewhereLocked decoder(reader.m_mtxQueueMJPEG);
         QCOMPARE(reader.getVideoData(buffer, buffer.size()), -1);
     }
     QVERIFY(reader.m_MJPEGBuffer.isEmpty());
-    QCOMPARE(buffer, QByteArray("rest"));
+    QCOMPARE(buffer.toByteArray(), QByteArray("rest"));
     QCOMPARE(reader.m_time, lastHandOver);
 
     buffer = Part;
@@ -168,11 +168,11 @@ void TestMjpegReaderHandOver::incompletePictureIsNotHandedOver()
     RemoteMJPEGReader reader(image);
     const QTime lastHandOver = QTime::currentTime().addSecs(-3600);
     reader.m_time = lastHandOver;
-    QByteArray buffer = "-" + Part;
-    buffer.chop(1);
-    const QByteArray before = buffer;
+    QByteArray before = "-" + Part;
+    before.chop(1);
+    ReceiveBuffer buffer = before;
     QCOMPARE(reader.getVideoData(buffer, buffer.size()), 1);
-    QCOMPARE(buffer, before);
+    QCOMPARE(buffer.toByteArray(), before);
     QVERIFY(reader.m_MJPEGBuffer.isEmpty());
     QCOMPARE(reader.m_time, lastHandOver);
 }
@@ -182,10 +182,10 @@ void TestMjpegReaderHandOver::emptyPictureRestartsTheTime()
     QImage image;
     RemoteMJPEGReader reader(image);
     reader.m_time = QTime::currentTime().addSecs(-3600);
-    QByteArray buffer = "Content-Length: none\r\n\r\nrest";
+    ReceiveBuffer buffer = QByteArray("Content-Length: none\r\n\r\nrest");
     QCOMPARE(reader.getVideoData(buffer, buffer.size()), -1);
     QVERIFY(reader.m_MJPEGBuffer.isEmpty());
-    QCOMPARE(buffer, QByteArray("rest"));
+    QCOMPARE(buffer.toByteArray(), QByteArray("rest"));
     QVERIFY(!isLongAgo(reader.m_time));
 }
 
@@ -194,7 +194,7 @@ void TestMjpegReaderHandOver::secondHandOverIsAppended()
     QImage image;
     RemoteMJPEGReader reader(image);
     for (const char *pPart : {"Content-Length: 3\r\n\r\nabc", "Content-Length: 2\r\n\r\nde"}) {
-        QByteArray buffer = pPart;
+        ReceiveBuffer buffer = QByteArray(pPart);
         reader.m_time = QTime::currentTime().addSecs(-3600);
         reader.getVideoData(buffer, buffer.size());
     }

@@ -10,7 +10,7 @@
 
 #include <QtTest>
 
-using Morvek::EchoVideo::Internal::RemoteMJPEGReader;
+using namespace Morvek::EchoVideo::Internal;
 using namespace Morvek::Tests;
 
 namespace {
@@ -38,7 +38,7 @@ public:
         HandClock::set(0);
         m_reader.m_time = QTime::currentTime();
         m_reader.m_MJPEGBuffer.clear();
-        m_received.clear();
+        m_received = ReceiveBuffer();
         m_plain = PlainReceiver();
     }
 
@@ -49,7 +49,7 @@ public:
         m_socket.feed(bytes);
         m_plain.read(bytes.toStdString());
         return m_reader.receive(m_socket, m_received)
-            && m_received.toStdString() == m_plain.m_buffer;
+            && m_received.toByteArray().toStdString() == m_plain.m_buffer;
     }
 
     QByteArray handedOver() const { return m_reader.m_MJPEGBuffer; }
@@ -66,7 +66,7 @@ private:
     QImage m_image;
     RemoteMJPEGReader m_reader; // never started
     FedSocket m_socket;
-    QByteArray m_received;
+    ReceiveBuffer m_received;
     PlainReceiver m_plain;
 };
 

@@ -2,6 +2,7 @@
 
 #include <mjpegframing_p.h>
 #include <pngtext_p.h>
+#include <receivebuffer_p.h>
 
 #include <QMutex>
 #include <QMutexLocker>
@@ -10,12 +11,12 @@ using namespace Morvek::EchoVideo::Internal;
 
 // The linker's names: what --wrap calls in the place of a function, and the function itself.
 #define CUT_SYMBOL(prefix) \
-    prefix##_ZN6Morvek9EchoVideo8Internal10cutPictureER10QByteArrayiRKSt8functionIFvPKciEE
+    prefix##_ZN6Morvek9EchoVideo8Internal10cutPictureERNS1_13ReceiveBufferEiRKSt8functionIFvPKciEE
 #define TEXT_SYMBOL(prefix) prefix##_ZN6Morvek9EchoVideo8Internal12pngTextBytesERK10QByteArray
 
 extern "C" {
-int CUT_SYMBOL(__real_)(QByteArray &baMJPEG, int iStart, const PictureHandler &handler);
-int CUT_SYMBOL(__wrap_)(QByteArray &baMJPEG, int iStart, const PictureHandler &handler);
+int CUT_SYMBOL(__real_)(ReceiveBuffer &baMJPEG, int iStart, const PictureHandler &handler);
+int CUT_SYMBOL(__wrap_)(ReceiveBuffer &baMJPEG, int iStart, const PictureHandler &handler);
 qint64 TEXT_SYMBOL(__real_)(const QByteArray &baPicture);
 qint64 TEXT_SYMBOL(__wrap_)(const QByteArray &baPicture);
 }
@@ -49,7 +50,7 @@ sFramingFigures framingFigures()
 
 } // namespace Morvek::Tests
 
-int CUT_SYMBOL(__wrap_)(QByteArray &baMJPEG, int iStart, const PictureHandler &handler)
+int CUT_SYMBOL(__wrap_)(ReceiveBuffer &baMJPEG, int iStart, const PictureHandler &handler)
 {
     using namespace Morvek::Tests;
     if (iStart == baMJPEG.size())

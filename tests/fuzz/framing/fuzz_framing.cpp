@@ -28,7 +28,7 @@
 #include <cstring>
 #include <string>
 
-using Morvek::EchoVideo::Internal::RemoteMJPEGReader;
+using namespace Morvek::EchoVideo::Internal;
 using namespace Morvek::Tests;
 
 namespace {
@@ -82,7 +82,7 @@ private:
 
     RemoteMJPEGReader &m_reader;
     FedSocket m_socket;
-    QByteArray m_received; // the reader's buffer
+    ReceiveBuffer m_received; // the reader's buffer
     PlainReceiver m_plain;
     std::string m_read;     // bytes of the read that is being put together
     std::string m_pending;  // what the decoder is to be given
@@ -149,7 +149,7 @@ void Comparison::read()
     m_nFed += m_read.size();
     expectHandOver();
     m_read.clear();
-    demand(isSame(m_received, m_plain.m_buffer), "the same is left of the stream");
+    demand(isSame(m_received.toByteArray(), m_plain.m_buffer), "the same is left of the stream");
     demand(isSame(m_reader.m_MJPEGBuffer, m_pending), "the same is handed to the decoder");
     demand(m_reader.m_time.msecsSinceStartOfDay() == m_nLastHandOver, "at the same time");
 }
