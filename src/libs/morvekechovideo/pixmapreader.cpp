@@ -7,6 +7,7 @@
 #include "pixmapreaderlocalyuv_p.h"
 #include "pixmapreaderremotemjpeg_p.h"
 #include "processexit_p.h"
+#include "tilecut_p.h"
 
 #include <QDebug>
 #include <QMutexLocker>

@@ -11,6 +11,7 @@
 #include <QMutex>
 #include <QObject>
 #include <QReadWriteLock>
+#include <QRect>
 #include <QString>
 
 #include <atomic>
@@ -20,7 +21,8 @@ namespace Morvek::EchoVideo {
 
 namespace Internal {
 class Reader;
-}
+struct sTileOrigin;
+} // namespace Internal
 
 /**
  * The process-wide input video service: reads the active device's echo video and hands out the
@@ -120,6 +122,7 @@ private:
     bool isSourceTypeChanged(Morvek::BizModel::Device &device) const;
     bool isAllowStartInputVideoReadTask();
     void inputVideoReadFinished();
+    void cutInput(unsigned int nInput, const QRect &inputRect);
     std::weak_ptr<Morvek::BizModel::Device> servedDevice() const;
     void setServedDevice(std::weak_ptr<Morvek::BizModel::Device> wDevice);
 
@@ -127,6 +130,9 @@ private:
     std::shared_ptr<Internal::Reader> m_pPixmapReader; // main thread only
     QMap<unsigned int, QImage> m_mapInputVideo;        // guarded by m_mtxMapInputVideo
     QReadWriteLock m_mtxMapInputVideo;
+    // What the pictures were cut from last, and for whom; guarded by m_mtxMapInputVideo.
+    QMap<unsigned int, Internal::sTileOrigin> m_mapTileOrigins;
+    std::weak_ptr<Morvek::BizModel::Device> m_pCutDevice;
     std::weak_ptr<Morvek::BizModel::Device> m_pActivedDevice; // guarded by m_mtxActivedDevice
     std::atomic_bool m_isAllowStartInputVideoReadTask{false};
     QImage m_defaultImage; // written by main under m_mtxDefaultImage, read by render threads

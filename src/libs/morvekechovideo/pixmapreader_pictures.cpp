@@ -2,6 +2,7 @@
 
 #include "echoframe_p.h"
 #include "outofmemory_p.h"
+#include "tilecut_p.h"
 
 #include <QMutexLocker>
 #include <QReadLocker>
@@ -23,12 +24,6 @@ QImage placeholder(const QColor &color)
     return Internal::filledPicture(QSize(2, 2), color);
 }
 
-// Whether there is something to copy; a null rectangle stands for the whole frame.
-bool hasPicture(const QImage &frame, const QRect &inputRect)
-{
-    return !frame.isNull() && (inputRect.isNull() || !inputRect.isEmpty());
-}
-
 } // namespace
 
 void PixmapReader::inputVideoReadFinished()
@@ -43,19 +38,36 @@ void PixmapReader::inputVideoReadFinished()
     const quint8 nInputCount = cfg.InputSlotCount * cfg.MaxConnectorCountOfSingleCard;
     {
         QWriteLocker locker(&m_mtxMapInputVideo);
-        for (quint8 index = 0; index < nInputCount; ++index) {
-            const QRect inputRect =
-                DeviceList::instance()->echoVideoRect(pDevice->modelId(), index);
-            // A deep copy: a reader may write its next picture into the same pixels, while whoever
-            // fetched this one keeps it as long as he likes.
-            const QImage picture = m_image.copy(inputRect);
-            if (picture.isNull() && hasPicture(m_image, inputRect))
-                Internal::warnOutOfMemory(); // the input keeps its last picture
-            else
-                m_mapInputVideo[unsigned(nInputStartIndex) + index] = picture;
-        }
+        if (m_pCutDevice.lock() != pDevice)
+            m_mapTileOrigins.clear();
+        m_pCutDevice = pDevice;
+        for (quint8 index = 0; index < nInputCount; ++index)
+            cutInput(unsigned(nInputStartIndex) + index,
+                     DeviceList::instance()->echoVideoRect(pDevice->modelId(), index));
     }
     Q_EMIT inputVideoImageCopyFinished();
+}
+
+// Under m_mtxMapInputVideo, for writing. Between two pictures of a device the same frame comes again
+// and again: what was cut from it stays.
+void PixmapReader::cutInput(unsigned int nInput, const QRect &inputRect)
+{
+    const Internal::sTileOrigin origin{m_image.cacheKey(), inputRect};
+    const auto it = m_mapInputVideo.find(nInput);
+    const bool isKnown = it != m_mapInputVideo.end();
+    const auto itOrigin = m_mapTileOrigins.constFind(nInput);
+    if (isKnown && itOrigin != m_mapTileOrigins.constEnd() && *itOrigin == origin)
+        return;
+    // A deep copy: a reader may write its next picture into the same pixels, while whoever fetched
+    // this one keeps it as long as he likes.
+    QImage firstPicture;
+    if (!Internal::cutTile(m_image, inputRect, isKnown ? *it : firstPicture)) {
+        Internal::warnOutOfMemory(); // the input keeps its last picture
+        return;
+    }
+    if (!isKnown)
+        m_mapInputVideo.insert(nInput, firstPicture);
+    m_mapTileOrigins.insert(nInput, origin);
 }
 
 bool PixmapReader::getInputVideoFrame(std::weak_ptr<Input> wInput, QImage &videoFrame,

@@ -170,7 +170,10 @@ void TestTortureAllocation::splittingLeavesInputsTheirLastPictures()
     LogCapture log;
     int nLast = 0;
     const int nAllocations = failEachAllocation(
-        [&] { split(green); },
+        [&] {
+            const auto held = service.m_mapInputVideo; // else their memory would be used again
+            split(green);
+        },
         [&] {
             for (int i = 0; i < Columns * Columns; ++i) {
                 const QImage picture = pictureOf(std::make_shared<Input>(quint8(i)));
