@@ -3,6 +3,7 @@
 
 #include "layervideoconfig.h"
 
+#include <QRect>
 #include <QRectF>
 #include <QSize>
 
@@ -27,6 +28,20 @@ inline bool isRepresentable(const sLayerItem &item)
 inline QSize layerSize(const sLayerItem &item)
 {
     return isRepresentable(item) ? item.m_boundingRect.toRect().size() : QSize();
+}
+
+/** A rectangle's width or height, from its two edges; no host's rectangle overflows it. */
+inline qint64 extent(int nFirst, int nLast)
+{
+    return qint64(nLast) - nFirst + 1;
+}
+
+/** Whether a part of the source is shown; one without width or height stands for the whole. */
+inline bool isCropped(const sLayerSource &source)
+{
+    const QRect &rect = source.m_rectLayerSourceIntercept;
+    return source.m_bLayerSourceIntercept && extent(rect.left(), rect.right()) != 0
+        && extent(rect.top(), rect.bottom()) != 0;
 }
 
 } // namespace Morvek::EchoVideo::Internal

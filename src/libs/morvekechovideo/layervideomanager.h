@@ -27,7 +27,8 @@ namespace Morvek::EchoVideo {
 
 namespace Internal {
 class LayerVideoPrerenderTask;
-}
+enum class ePictureUse;
+} // namespace Internal
 
 /**
  * Renders a live preview of every layer that the host registers.
@@ -212,6 +213,8 @@ private:
     Q_DISABLE_COPY(LayerVideoManager)
 
     void createConnect();
+    void videoPrerender(const sLayerVideoConfig &layerVideoCfg, QImage &layerVideoCanvas,
+                        QImage &inputVideoFrame, Internal::ePictureUse pictureUse) const;
     void refreshAllLayerForNoSignal(QImage &layerVideoCanvas, QImage &inputVideoFrame);
     void renderLayer(const sLayerVideoConfig &layerVideoCfg, QImage &layerVideoCanvas,
                      QImage &inputVideoFrame);

@@ -6,6 +6,9 @@
 #include "layersize_p.h"
 #include "outofmemory_p.h"
 #include "pictureguard_p.h"
+#include "pictureuse_p.h"
+#include "quickdrawing/layerpainter_p.h"
+#include "quickdrawing/plaindrawing_p.h"
 
 #include <QDebug>
 #include <QFile>
@@ -27,27 +30,13 @@ void mirrorPicture(QImage &picture, sLayerItem::Mirroring mirroringType)
         picture = picture.mirrored(isHori, isVert);
 }
 
-// A rectangle's width or height, from its two edges; no host's rectangle overflows it.
-qint64 extent(int nFirst, int nLast)
-{
-    return qint64(nLast) - nFirst + 1;
-}
-
-bool isCropped(const sLayerSource &source)
-{
-    // A rectangle without width or height shows the whole source; a negative one shows nothing.
-    const QRect &rect = source.m_rectLayerSourceIntercept;
-    return source.m_bLayerSourceIntercept && extent(rect.left(), rect.right()) != 0
-        && extent(rect.top(), rect.bottom()) != 0;
-}
-
 // A part of a picture; empty where it lies outside, null for a size that is negative or that nothing
 // can hold.
 QImage cutOut(const QImage &picture, const QRect &rect)
 {
     constexpr qint64 LargestExtent = 1 << 29;
-    const qint64 nWidth = extent(rect.left(), rect.right());
-    const qint64 nHeight = extent(rect.top(), rect.bottom());
+    const qint64 nWidth = Internal::extent(rect.left(), rect.right());
+    const qint64 nHeight = Internal::extent(rect.top(), rect.bottom());
     if (nWidth <= 0 || nHeight <= 0 || nWidth > LargestExtent || nHeight > LargestExtent)
         return QImage();
     // Far enough outside to be empty, and no further: Qt's own sums of the positions overflow.
@@ -56,10 +45,16 @@ QImage cutOut(const QImage &picture, const QRect &rect)
     return picture.copy(nLeft, nTop, int(nWidth), int(nHeight));
 }
 
+bool cropAtOnce(QImage &picture, const sLayerSource &source)
+{
+    return !Internal::g_isPlainDrawing
+        && Internal::LayerPainter::ofThisThread().crop(source, picture);
+}
+
 // The rectangle is in pixels of the source at its full size, whatever size the callback delivered.
 void cropPicture(QImage &picture, const sLayerSource &source)
 {
-    if (picture.isNull())
+    if (picture.isNull() || cropAtOnce(picture, source))
         return;
     const QImage scaled =
         picture.scaled(source.m_sizeLayerSource, Qt::IgnoreAspectRatio, Qt::FastTransformation);
@@ -76,10 +71,102 @@ QImage loadAlphaMap(const QString &strFile)
     return Internal::withWholePalette(QImage::fromData(file.readAll()));
 }
 
+// The colour effects and the crop of the layer's source.
+void processPicture(QImage &picture, const sLayerVideoConfig &layerVideoCfg)
+{
+    picture = Internal::withWholePalette(picture);
+    if (layerVideoCfg.m_LayerItem.m_bMonoColorEnabled)
+        picture = picture.convertToFormat(QImage::Format_Grayscale8);
+    if (layerVideoCfg.m_LayerItem.m_bReverseColorEnabled)
+        picture.invertPixels(QImage::InvertRgb);
+    if (Internal::isCropped(layerVideoCfg.m_LayerSource))
+        cropPicture(picture, layerVideoCfg.m_LayerSource);
+}
+
+void drawPicture(QPainter *pPainter, const QImage &picture, const sLayerVideoConfig &layerVideoCfg)
+{
+    const sLayerItem &item = layerVideoCfg.m_LayerItem;
+    const QString &strAlphaMapFile = layerVideoCfg.m_LayerAlphaMap.m_strAlphaMapFile;
+    pPainter->save();
+    if (strAlphaMapFile.isEmpty()) {
+        pPainter->drawImage(item.m_boundingRect, picture);
+    } else {
+        pPainter->setCompositionMode(QPainter::CompositionMode_Source);
+        pPainter->drawImage(item.m_boundingRect, picture);
+        pPainter->setCompositionMode(QPainter::CompositionMode_DestinationIn);
+        pPainter->drawImage(item.m_boundingRect, loadAlphaMap(strAlphaMapFile));
+    }
+    pPainter->restore();
+
+    pPainter->save();
+    pPainter->setCompositionMode(QPainter::CompositionMode_DestinationIn);
+    pPainter->fillRect(item.m_boundingRect, QColor(0, 0, 0, item.m_layerColor.alpha()));
+    pPainter->restore();
+}
+
+// The plain way, which draws every layer.
+void drawStepByStep(const LayerVideoManager &manager, const sLayerVideoConfig &layerVideoCfg,
+                    QImage &canvas, const QImage &picture)
+{
+    canvas.fill(layerVideoCfg.m_LayerItem.m_layerColor);
+    // No part of such a rectangle can be told in pixels: the layer shows its colour.
+    if (!Internal::isRepresentable(layerVideoCfg.m_LayerItem))
+        return;
+    {
+        QPainter painter(&canvas);
+        drawPicture(&painter, picture, layerVideoCfg);
+    }
+    // Before the decorations, which stay where they were configured.
+    mirrorPicture(canvas, layerVideoCfg.m_LayerItem.m_mirroringType);
+    if (canvas.isNull()) {
+        Internal::warnOutOfMemory();
+        return;
+    }
+    QPainter painter(&canvas);
+    manager.drawMask(&painter, layerVideoCfg);
+    manager.drawBorder(&painter, layerVideoCfg);
+    manager.drawFrozenIcon(&painter, layerVideoCfg);
+    manager.drawOpacity(&painter, layerVideoCfg);
+}
+
+// The quick way, with the same pixels; false for a layer that only the plain way can draw.
+bool drawAtOnce(const LayerVideoManager &manager, const sLayerVideoConfig &layerVideoCfg,
+                QImage &canvas, const QImage &picture, Internal::ePictureState pictureState)
+{
+    if (Internal::g_isPlainDrawing)
+        return false;
+    const sLayerItem &item = layerVideoCfg.m_LayerItem;
+    const auto &mark = LayerVideoManager::m_frozenIcon;
+    const bool isMarked = item.m_isFrozen && mark && !mark->isNull();
+    auto &layerPainter = Internal::LayerPainter::ofThisThread();
+    const Internal::sDrawnLayer drawn =
+        layerPainter.draw(layerVideoCfg, isMarked, canvas, picture, pictureState, loadAlphaMap);
+    if (!drawn.m_isPictureDrawn || drawn.m_isFinished)
+        return drawn.m_isPictureDrawn;
+    {
+        QPainter painter(&canvas);
+        if (!drawn.m_isBorderDrawn)
+            manager.drawBorder(&painter, layerVideoCfg);
+        manager.drawFrozenIcon(&painter, layerVideoCfg);
+    }
+    if (!drawn.m_isOpaque || !layerPainter.drawOpacity(item.m_opacity, canvas)) {
+        QPainter painter(&canvas);
+        manager.drawOpacity(&painter, layerVideoCfg);
+    }
+    return true;
+}
+
 } // namespace
 
 void LayerVideoManager::videoPrerender(const sLayerVideoConfig &layerVideoCfg,
                                        QImage &layerVideoCanvas, QImage &inputVideoFrame) const
+{
+    videoPrerender(layerVideoCfg, layerVideoCanvas, inputVideoFrame, Internal::ePictureUse::Kept);
+}
+
+void LayerVideoManager::videoPrerender(const sLayerVideoConfig &layerVideoCfg,
+                                       QImage &layerVideoCanvas, QImage &inputVideoFrame,
+                                       Internal::ePictureUse pictureUse) const
 {
     const QSize size = Internal::layerSize(layerVideoCfg.m_LayerItem);
     if (layerVideoCanvas.isNull() || layerVideoCanvas.size() != size)
@@ -90,29 +177,17 @@ void LayerVideoManager::videoPrerender(const sLayerVideoConfig &layerVideoCfg,
                    << " size is invalid. reset (2x2)";
         layerVideoCanvas = QImage(2, 2, QImage::Format_ARGB32);
     }
-    layerVideoCanvas.fill(layerVideoCfg.m_LayerItem.m_layerColor);
 
     inputVideoFramePixmap(layerVideoCfg, inputVideoFrame);
-    // No part of such a rectangle can be told in pixels: the layer shows its colour.
-    if (!Internal::isRepresentable(layerVideoCfg.m_LayerItem))
+    if (pictureUse == Internal::ePictureUse::Once
+        && drawAtOnce(*this, layerVideoCfg, layerVideoCanvas, inputVideoFrame,
+                      Internal::ePictureState::Raw))
         return;
-    {
-        QPainter painter(&layerVideoCanvas);
-        drawPreviewVideo(&painter, inputVideoFrame, layerVideoCfg);
-    }
-    // Before the decorations, which stay where they were configured.
-    mirrorPicture(layerVideoCanvas, layerVideoCfg.m_LayerItem.m_mirroringType);
-    if (layerVideoCanvas.isNull()) {
-        Internal::warnOutOfMemory();
+    processPicture(inputVideoFrame, layerVideoCfg);
+    if (drawAtOnce(*this, layerVideoCfg, layerVideoCanvas, inputVideoFrame,
+                   Internal::ePictureState::Processed))
         return;
-    }
-    {
-        QPainter painter(&layerVideoCanvas);
-        drawMask(&painter, layerVideoCfg);
-        drawBorder(&painter, layerVideoCfg);
-        drawFrozenIcon(&painter, layerVideoCfg);
-        drawOpacity(&painter, layerVideoCfg);
-    }
+    drawStepByStep(*this, layerVideoCfg, layerVideoCanvas, inputVideoFrame);
 }
 
 void LayerVideoManager::asyncVideoPrerenderTask(const sLayerVideoConfig &layerVideoCfg,
@@ -147,31 +222,8 @@ void LayerVideoManager::inputVideoFramePixmap(const sLayerVideoConfig &layerVide
 void LayerVideoManager::drawPreviewVideo(QPainter *pPainter, QImage &videoFrame,
                                          const sLayerVideoConfig &layerVideoCfg) const
 {
-    const sLayerItem &item = layerVideoCfg.m_LayerItem;
-    videoFrame = Internal::withWholePalette(videoFrame);
-    if (item.m_bMonoColorEnabled)
-        videoFrame = videoFrame.convertToFormat(QImage::Format_Grayscale8);
-    if (item.m_bReverseColorEnabled)
-        videoFrame.invertPixels(QImage::InvertRgb);
-    if (isCropped(layerVideoCfg.m_LayerSource))
-        cropPicture(videoFrame, layerVideoCfg.m_LayerSource);
-
-    const QString &strAlphaMapFile = layerVideoCfg.m_LayerAlphaMap.m_strAlphaMapFile;
-    pPainter->save();
-    if (strAlphaMapFile.isEmpty()) {
-        pPainter->drawImage(item.m_boundingRect, videoFrame);
-    } else {
-        pPainter->setCompositionMode(QPainter::CompositionMode_Source);
-        pPainter->drawImage(item.m_boundingRect, videoFrame);
-        pPainter->setCompositionMode(QPainter::CompositionMode_DestinationIn);
-        pPainter->drawImage(item.m_boundingRect, loadAlphaMap(strAlphaMapFile));
-    }
-    pPainter->restore();
-
-    pPainter->save();
-    pPainter->setCompositionMode(QPainter::CompositionMode_DestinationIn);
-    pPainter->fillRect(item.m_boundingRect, QColor(0, 0, 0, item.m_layerColor.alpha()));
-    pPainter->restore();
+    processPicture(videoFrame, layerVideoCfg);
+    drawPicture(pPainter, videoFrame, layerVideoCfg);
 }
 
 } // namespace Morvek::EchoVideo

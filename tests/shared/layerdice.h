@@ -5,6 +5,7 @@
 
 #include <QImage>
 #include <QRandomGenerator>
+#include <QSize>
 #include <QString>
 #include <QStringList>
 
@@ -14,8 +15,12 @@ namespace Morvek::Tests {
 class LayerDice
 {
 public:
-    /** @param alphaMaps  files to choose from, for the layers that get an alpha map */
-    LayerDice(quint32 nSeed, const QStringList &alphaMaps);
+    /**
+     * @param alphaMaps    files to choose from, for the layers that get an alpha map
+     * @param largestSize  of a layer, in pixels
+     */
+    LayerDice(quint32 nSeed, const QStringList &alphaMaps,
+              const QSize &largestSize = QSize(60, 45));
 
     Morvek::EchoVideo::sLayerVideoConfig nextLayer();
     /** A picture of random pixels, in any format that sources have; rarely a null one. */
@@ -34,6 +39,7 @@ private:
 
     QRandomGenerator m_random;
     const QStringList m_alphaMaps;
+    const QSize m_largestSize;
 };
 
 /** A layer's record as one line, for messages. */

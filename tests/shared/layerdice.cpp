@@ -16,9 +16,10 @@ constexpr int StepsPerPixel = 16;
 
 } // namespace
 
-LayerDice::LayerDice(quint32 nSeed, const QStringList &alphaMaps)
+LayerDice::LayerDice(quint32 nSeed, const QStringList &alphaMaps, const QSize &largestSize)
     : m_random(nSeed)
     , m_alphaMaps(alphaMaps)
+    , m_largestSize(largestSize)
 {}
 
 double LayerDice::length(int nLow, int nHigh, bool isWhole)
@@ -38,7 +39,8 @@ QColor LayerDice::color()
 QRectF LayerDice::boundingRect()
 {
     const bool isWhole = !isOneIn(4);
-    const QSizeF size{length(1, 60, isWhole), length(1, 45, isWhole)};
+    const QSizeF size{length(1, m_largestSize.width(), isWhole),
+                      length(1, m_largestSize.height(), isWhole)};
     if (isOneIn(40))
         return QRectF{0, 0, qreal(between(-3, 0)), qreal(between(0, 1) * 5)};
     if (isOneIn(4))

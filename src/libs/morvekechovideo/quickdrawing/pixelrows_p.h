@@ -1,0 +1,45 @@
+#ifndef MORVEK_ECHOVIDEO_PIXELROWS_P_H
+#define MORVEK_ECHOVIDEO_PIXELROWS_P_H
+
+#include "scalemap_p.h"
+
+#include <QColor>
+#include <QImage>
+
+namespace Morvek::EchoVideo::Internal {
+
+/** Colour effects of a layer's picture. */
+struct sColorEffects
+{
+    bool m_isMono = false;
+    bool m_isReverse = false;
+};
+
+/** For each pixel of a row the picture's column. */
+struct sColumns
+{
+    explicit sColumns(const ScaleMap &columns = ScaleMap());
+
+    ScaleMap m_columns;
+    bool m_isUnscaled = false; ///< one column after the other
+};
+
+/** Whether rowOfPicture() can read such a picture; translucent ones it cannot. */
+bool isReadable(const QImage &picture);
+
+/** Bits of a pixel when the picture is drawn, after its colour effects. */
+int depthOfPicture(const QImage &picture, const sColorEffects &effects);
+
+/**
+ * One row of an opaque canvas: for each of its columns a pixel of the picture.
+ *
+ * @param picture  one that isReadable()
+ * @param nRow     of the picture
+ * @param pRow     receives as many opaque pixels as there are columns
+ */
+void rowOfPicture(const QImage &picture, int nRow, const sColumns &columns,
+                  const sColorEffects &effects, QRgb *pRow);
+
+} // namespace Morvek::EchoVideo::Internal
+
+#endif // MORVEK_ECHOVIDEO_PIXELROWS_P_H
