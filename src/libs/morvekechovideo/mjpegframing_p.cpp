@@ -1,5 +1,6 @@
 #include "mjpegframing_p.h"
 
+#include "headersearch_p.h"
 #include "receivebuffer_p.h"
 
 #include <algorithm>
@@ -9,8 +10,6 @@ namespace Morvek::EchoVideo::Internal {
 
 namespace {
 
-constexpr char StartTitle[] = "Content-Length";
-constexpr int StartTitleLength = sizeof(StartTitle) - 1;
 constexpr int NewLineLength = 2;
 
 bool isBlank(char c)
@@ -25,7 +24,7 @@ bool isBlank(char c)
  */
 qint64 announcedLength(const char *pLine, const char *pEnd)
 {
-    pLine += StartTitleLength;
+    pLine += HeaderTitleLength;
     if (pLine >= pEnd || *pLine != ':')
         return 0;
     pLine = std::find_if_not(pLine + 1, pEnd, isBlank);

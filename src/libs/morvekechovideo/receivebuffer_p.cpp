@@ -1,5 +1,7 @@
 #include "receivebuffer_p.h"
 
+#include "headersearch_p.h"
+
 #include <QIODevice>
 
 #include <algorithm>
@@ -9,22 +11,7 @@ namespace Morvek::EchoVideo::Internal {
 
 namespace {
 
-constexpr char Title[] = "Content-Length";
-constexpr int TitleLength = sizeof(Title) - 1;
 constexpr qint64 MostAtOnce = 256 * 1024 * 1024; // bytes; the rest is left for the next read
-
-// The last header that lies in these bytes, whole; none: null. Backward and by the first letter,
-// which takes a tenth of the time that QByteArray's own search takes.
-const char *lastHeaderIn(const char *pBegin, const char *pEnd)
-{
-    const char *pStart = pEnd - TitleLength + 1; // behind the last place where one can start
-    while (pStart > pBegin) {
-        pStart = static_cast<const char *>(memrchr(pBegin, Title[0], std::size_t(pStart - pBegin)));
-        if (!pStart || std::memcmp(pStart, Title, TitleLength) == 0)
-            return pStart;
-    }
-    return nullptr;
-}
 
 // The first CR LF in these bytes, or their last byte, behind which a line feed may follow.
 const char *firstNewLineIn(const char *pBegin, const char *pEnd)
@@ -52,7 +39,8 @@ void ReceiveBuffer::appendAllOf(QIODevice &source)
     const int nBefore = m_bytes.size();
     m_bytes.resize(nBefore + nOffered);
     const qint64 nRead = source.read(m_bytes.data() + nBefore, nOffered);
-    m_bytes.resize(nBefore + int(std::max<qint64>(nRead, 0)));
+    if (nRead != nOffered)
+        m_bytes.resize(nBefore + int(std::max<qint64>(nRead, 0)));
 }
 
 void ReceiveBuffer::removeFront(int nBytes)
@@ -96,7 +84,7 @@ int ReceiveBuffer::lastHeader(int from)
     if (m_nOlderHeader <= nLast)
         return int(m_nOlderHeader - m_nFront);
     // Not asked by a reader, which looks at the newest two.
-    const char *const pFound = lastHeaderIn(constData(), constData() + from + TitleLength);
+    const char *const pFound = lastHeaderIn(constData(), constData() + from + HeaderTitleLength);
     return pFound ? int(pFound - constData()) : -1;
 }
 
@@ -105,7 +93,7 @@ void ReceiveBuffer::searchNewBytes()
     const qint64 nEnd = m_nFront + size();
     if (m_nSearched == nEnd)
         return;
-    const qint64 nFirst = std::max(m_nFront, m_nSearched - (TitleLength - 1));
+    const qint64 nFirst = std::max(m_nFront, m_nSearched - (HeaderTitleLength - 1));
     m_nSearched = nEnd;
     const char *const pNew = constData() + (nFirst - m_nFront);
     const char *const pNewest = lastHeaderIn(pNew, constData() + size());

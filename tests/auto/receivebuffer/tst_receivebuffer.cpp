@@ -1,6 +1,8 @@
 // The receive buffer: what it answers about its bytes, against searches through all of them, and what
 // it does with memory and time.
 
+#include <headersearch_p.h>
+
 #include <cuttingreceiver.h>
 #include <plainreceiver.h>
 #include <testpictures.h>
@@ -11,7 +13,7 @@
 #include <algorithm>
 #include <random>
 
-using Morvek::EchoVideo::Internal::ReceiveBuffer;
+using namespace Morvek::EchoVideo::Internal;
 using namespace Morvek::Tests;
 
 namespace {
@@ -84,12 +86,18 @@ qint64 timeOfReading(const QByteArray &bytes, int nReadBytes)
 
 } // namespace
 
+Q_DECLARE_METATYPE(eSearchForm)
+
 class TestReceiveBuffer : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void answersAreThoseOfAWholeSearch();
+    void everyFormOfTheSearchFindsTheLastWord_data();
+    void everyFormOfTheSearchFindsTheLastWord();
+    void everyFormOfTheSearchFindsALoneWord_data();
+    void everyFormOfTheSearchFindsALoneWord();
     void wordInTwoReadsIsFound();
     void lineEndInTwoReadsIsFound();
     void headerThatIsCutIsGone();
@@ -122,6 +130,64 @@ void TestReceiveBuffer::answersAreThoseOfAWholeSearch()
                              && pair.isSameNewLine(below(pair.size() + 2));
             if (!isSame)
                 QFAIL(qPrintable(QStringLiteral("sequence %1, index %2").arg(nSequence).arg(nAt)));
+        }
+    }
+}
+
+void TestReceiveBuffer::everyFormOfTheSearchFindsTheLastWord_data()
+{
+    QTest::addColumn<eSearchForm>("eForm");
+    QTest::newRow("portable") << eSearchForm::Portable;
+    QTest::newRow("AVX2") << eSearchForm::Avx2;
+}
+
+// In bytes that consist of its letters mostly, in every length and from every alignment; what lies
+// beside them is the word.
+void TestReceiveBuffer::everyFormOfTheSearchFindsTheLastWord()
+{
+    QFETCH(eSearchForm, eForm);
+    if (!isSearchFormSupported(eForm))
+        QSKIP("this processor cannot run the form");
+
+    const QByteArray word = "Content-Length";
+    std::mt19937 random(3);
+    for (int nBytes = 0; nBytes < 400; ++nBytes) {
+        for (int nTry = 0; nTry < 50; ++nTry) {
+            QByteArray bytes(nBytes, '\0');
+            std::generate(bytes.begin(), bytes.end(), [&] { return word[int(random() % 14)]; });
+            for (int nWords = int(random() % 3); nWords > 0 && nBytes >= word.size(); --nWords)
+                bytes.replace(int(random() % unsigned(nBytes - 13)), word.size(), word);
+            const QByteArray memory = word.left(nTry % 14) + bytes + word.mid(1);
+            const char *const pBegin = memory.constData() + nTry % 14;
+            const char *const pFound = lastHeaderIn(pBegin, pBegin + nBytes, eForm);
+            QCOMPARE(pFound ? int(pFound - pBegin) : -1, bytes.lastIndexOf(word));
+        }
+    }
+}
+
+void TestReceiveBuffer::everyFormOfTheSearchFindsALoneWord_data()
+{
+    everyFormOfTheSearchFindsTheLastWord_data();
+}
+
+// At every place of bytes that have no letter of it, and in every length of them.
+void TestReceiveBuffer::everyFormOfTheSearchFindsALoneWord()
+{
+    QFETCH(eSearchForm, eForm);
+    if (!isSearchFormSupported(eForm))
+        QSKIP("this processor cannot run the form");
+
+    const QByteArray word = "Content-Length";
+    constexpr int LongestBytes = 600;
+    for (int nWordAt = 0; nWordAt <= LongestBytes - word.size(); ++nWordAt) {
+        QByteArray bytes(LongestBytes, '.');
+        bytes.replace(nWordAt, word.size(), word);
+        for (int nBytes = 0; nBytes <= LongestBytes; ++nBytes) {
+            const char *const pFound =
+                lastHeaderIn(bytes.constData(), bytes.constData() + nBytes, eForm);
+            const bool isWhole = nWordAt + word.size() <= nBytes;
+            if (pFound != (isWhole ? bytes.constData() + nWordAt : nullptr))
+                QFAIL(qPrintable(QStringLiteral("word at %1 of %2").arg(nWordAt).arg(nBytes)));
         }
     }
 }
