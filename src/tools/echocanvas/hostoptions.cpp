@@ -17,6 +17,7 @@ constexpr double LongestRun = 86400; // seconds
 const char *const Description =
     "Shows the layers of a scene with live video from a device's echo video stream, and reports "
     "what arrived.\n"
+    "Opens a window where there is a display: docs/window.md explains it.\n"
     "Exits with 0 if every layer was rendered and shows its input, with 1 if not, with 2 if the "
     "command line is wrong.";
 
@@ -27,7 +28,8 @@ void addOptions(QCommandLineParser &parser)
         {text("headless"), text("Run without a window (the default where there is no display).")},
         {text("device"),
          text("Read from this device instead of the scene's; an IPv6 address stands in brackets, "
-              "as in [::1]:8554."),
+              "as in [::1]:8554. Given again, replaces the scene's other devices, which a window "
+              "can switch to."),
          text("HOST:PORT")},
         {text("source"),
          text("Take the echo video from there instead of where the scene says: mjpeg, shm (the "
@@ -35,13 +37,15 @@ void addOptions(QCommandLineParser &parser)
          text("KIND")},
         {text("yuv"), text("Play this raw YUV file; implies --source yuv."), text("FILE")},
         {text("scene"), text("Show this scene (JSON) instead of the built-in one."), text("FILE")},
-        {text("seconds"), text("Run for this time (default: 5)."), text("N")},
+        {text("seconds"),
+         text("Run for this time (default: 5; a window stays until it is closed)."), text("N")},
         {text("out"),
-         text("Write every layer's preview and every screen's canvas to this folder, as PNG."),
+         text("Write every layer's preview and every screen's canvas to this folder, as PNG; of a "
+              "window, the snapshots that are asked for."),
          text("DIR")},
         {text("json"),
          text("Write the figures to this file; - for standard output, where they replace the "
-              "table."),
+              "table. Not with a window."),
          text("FILE")},
         {text("print-scene"), text("Print the built-in scene and exit.")},
         {{text("h"), text("help")}, text("Print this help and exit.")},
@@ -49,7 +53,7 @@ void addOptions(QCommandLineParser &parser)
     });
 }
 
-bool readDevice(const QString &strDevice, sHostOptions &options)
+bool readDevice(const QString &strDevice, sDevicePlace &place)
 {
     static const QRegularExpression pattern(
         QStringLiteral("^(?:\\[([^\\[\\]]+)\\]|([^:\\[\\]]+)):([0-9]{1,5})$"));
@@ -57,9 +61,26 @@ bool readDevice(const QString &strDevice, sHostOptions &options)
     const uint nPort = match.captured(3).toUInt();
     if (!match.hasMatch() || nPort < 1 || nPort > 65535)
         return false;
-    options.m_strAddress = match.captured(1) + match.captured(2);
-    options.m_nPort = quint16(nPort);
+    place.m_strAddress = match.captured(1) + match.captured(2);
+    place.m_nPort = quint16(nPort);
     return true;
+}
+
+/** The first replaces the scene's device, the others its other ones. @return what is wrong, if any */
+QString readDevices(const QStringList &devices, sHostOptions &options)
+{
+    for (const QString &strDevice : devices) {
+        sDevicePlace place;
+        if (!readDevice(strDevice, place))
+            return strDevice;
+        if (options.m_nPort != 0) {
+            options.m_otherDevices.append(place);
+            continue;
+        }
+        options.m_strAddress = place.m_strAddress;
+        options.m_nPort = place.m_nPort;
+    }
+    return QString();
 }
 
 bool readSeconds(const QString &strSeconds, sHostOptions &options)
@@ -105,9 +126,10 @@ void readValues(const QCommandLineParser &parser, sHostOptions &options)
     options.m_strOutFolder = readName(parser, "out", options);
     options.m_strJsonFile = readName(parser, "json", options);
     readSource(parser, options);
-    const QString strDevice = parser.value(QStringLiteral("device"));
-    if (parser.isSet(QStringLiteral("device")) && !readDevice(strDevice, options))
-        options.m_strError = wrongValue("device", QStringLiteral("HOST:PORT"), strDevice);
+    const QString strWrong = readDevices(parser.values(QStringLiteral("device")), options);
+    if (!strWrong.isNull())
+        options.m_strError = wrongValue("device", QStringLiteral("HOST:PORT"), strWrong);
+    options.m_hasSeconds = parser.isSet(QStringLiteral("seconds"));
     const QString strSeconds = parser.value(QStringLiteral("seconds"));
     if (parser.isSet(QStringLiteral("seconds")) && !readSeconds(strSeconds, options))
         options.m_strError = wrongValue(

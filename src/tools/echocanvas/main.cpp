@@ -4,14 +4,17 @@
 #include "pictureoutput.h"
 #include "reportwriter.h"
 #include "scenereader.h"
+#include "windowrun.h"
 
+#include <QApplication>
 #include <QFile>
-#include <QGuiApplication>
 #include <QJsonDocument>
 #include <QLoggingCategory>
 #include <QTimer>
 
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 
 using namespace Morvek::Tools;
 
@@ -60,9 +63,16 @@ int deliver(MeasuredRun &run, const sScene &scene, const sHostOptions &options)
     return fail(problems);
 }
 
-/** What the command line says about the device goes before what the scene says. */
-void replaceDevice(const sHostOptions &options, sSceneDevice &device)
+/** What the command line says about the devices goes before what the scene says. */
+void replaceDevices(const sHostOptions &options, sScene &scene)
 {
+    sSceneDevice &device = scene.m_device;
+    for (int nOther = 0; nOther < options.m_otherDevices.size(); ++nOther) {
+        if (nOther == scene.m_otherDevices.size())
+            scene.m_otherDevices.append(device);
+        scene.m_otherDevices[nOther].m_strAddress = options.m_otherDevices[nOther].m_strAddress;
+        scene.m_otherDevices[nOther].m_nPort = options.m_otherDevices[nOther].m_nPort;
+    }
     if (options.m_nPort != 0) {
         device.m_strAddress = options.m_strAddress;
         device.m_nPort = options.m_nPort;
@@ -73,33 +83,40 @@ void replaceDevice(const sHostOptions &options, sSceneDevice &device)
         device.m_strFile = options.m_strYuvFile;
 }
 
-int runHost(const sHostOptions &options)
+int measure(sScene scene, const sHostOptions &options)
 {
-    QStringList problems;
-    std::optional<sScene> scene = readSceneFile(options.m_strSceneFile, problems);
-    if (!scene)
-        return fail(problems);
-    replaceDevice(options, scene->m_device);
     BuiltInAlphaMaps alphaMaps;
-    if (!alphaMaps.provide(*scene))
+    if (!alphaMaps.provide(scene))
         return fail({alphaMaps.errorText()});
-    Morvek::EchoVideo::LayerVideoManager::m_frozenIcon = frozenIcon();
-
-    MeasuredRun run(*scene);
+    MeasuredRun run(scene);
     if (!run.start())
         return fail({QStringLiteral("the previews could not be started")});
     QTimer::singleShot(int(options.m_seconds * 1000), Qt::PreciseTimer, qApp,
                        &QCoreApplication::quit);
     QCoreApplication::exec();
     run.finish();
-    return deliver(run, *scene, options);
+    return deliver(run, scene, options);
 }
 
-int act(const sHostOptions &options)
+int runHost(const sHostOptions &options, bool isWindow)
+{
+    QStringList problems;
+    std::optional<sScene> scene = readSceneFile(options.m_strSceneFile, problems);
+    if (!scene)
+        return fail(problems);
+    replaceDevices(options, *scene);
+    Morvek::EchoVideo::LayerVideoManager::m_frozenIcon = frozenIcon();
+    if (isWindow)
+        return fail(
+            runWindow(*scene, options, [&](sScene &other) { replaceDevices(options, other); }));
+    return measure(*scene, options);
+}
+
+int act(const sHostOptions &options, bool isWindow)
 {
     switch (options.m_action) {
     case sHostOptions::eAction::Run:
-        return runHost(options);
+        return runHost(options, isWindow);
     case sHostOptions::eAction::PrintScene:
         print(stdout, QString::fromUtf8(builtInSceneText()));
         return Success;
@@ -132,17 +149,46 @@ QStringList commandLine(int argc, char *argv[])
     return arguments;
 }
 
+/** Qt aborts where the display cannot be opened; a reported failure says what to do instead. */
+void explainFatal(QtMsgType eType, const QMessageLogContext &, const QString &strText)
+{
+    if (eType != QtFatalMsg) {
+        print(stderr, strText + QLatin1Char('\n'));
+        return;
+    }
+    fail({QStringLiteral("the window cannot be opened: %1")
+              .arg(strText.section(QLatin1Char('\n'), 0, 0)),
+          QStringLiteral("--headless runs without one")});
+    std::_Exit(Failure);
+}
+
+std::unique_ptr<QGuiApplication> makeApplication(int &argc, char *argv[], bool isWindow)
+{
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    if (!isWindow) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        return std::make_unique<QGuiApplication>(argc, argv);
+    }
+    const QtMessageHandler previousHandler = qInstallMessageHandler(explainFatal);
+    auto application = std::make_unique<QApplication>(argc, argv);
+    qInstallMessageHandler(previousHandler);
+    return application;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
     const sHostOptions options = readHostOptions(commandLine(argc, argv));
-    if (!needsDisplay(options))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication application(argc, argv);
+    const bool isWindow = needsDisplay(options);
+    const auto application = makeApplication(argc, argv, isWindow);
+    QCoreApplication::setOrganizationName(QStringLiteral("Morvek"));
     QCoreApplication::setApplicationName(QStringLiteral("echocanvas"));
     QCoreApplication::setApplicationVersion(QStringLiteral(MORVEK_VERSION));
-    // The library tells of every start and end of a thread; QT_LOGGING_RULES brings that back.
-    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false\ndefault.info=false"));
-    return act(options);
+    // The library tells of every start and end of a thread; a window shows that in its log, and
+    // QT_LOGGING_RULES brings it back without one.
+    if (!isWindow)
+        QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false\ndefault.info=false"));
+    return act(options, isWindow);
 }

@@ -206,9 +206,9 @@ void tst_SceneReader::wrongScenesNameFileKeyAndExpectation_data()
     row("source missing", ", \"source\": \"mjpeg\"", "",
         "device.source: expected one of \"mjpeg\", \"shm\", \"yuv\", found nothing");
     row("unknown key of the device", "\"fps\"", "\"rate\"",
-        "device.rate: unknown key, expected one of: address, file, fps, port, source, tiles");
+        "device.rate: unknown key, expected one of: address, file, fps, name, port, source, tiles");
     row("unknown key of the file", "\"screens\": [", "\"walls\": 1, \"screens\": [",
-        "walls: unknown key, expected one of: device, screens");
+        "walls: unknown key, expected one of: device, otherDevices, screens");
     row("screen without name", "\"name\": \"Second\", ", "",
         "screens[1].name: expected a text that is not empty, found nothing");
     row("screen without size", "\"size\": [1280, 720], ", "",

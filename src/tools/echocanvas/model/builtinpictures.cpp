@@ -61,12 +61,17 @@ QImage ellipseAlphaMap(const QSize &size)
 bool BuiltInAlphaMaps::provide(sScene &scene)
 {
     for (sSceneScreen &screen : scene.m_screens) {
-        for (sSceneLayer &layer : screen.m_layers) {
-            QString &strFile = layer.m_config.m_LayerAlphaMap.m_strAlphaMapFile;
-            if (strFile.startsWith(QLatin1String(BuiltInPrefix)))
-                strFile = fileFor(strFile.mid(int(qstrlen(BuiltInPrefix))));
-        }
+        for (sSceneLayer &layer : screen.m_layers)
+            provide(layer);
     }
+    return m_strError.isEmpty();
+}
+
+bool BuiltInAlphaMaps::provide(sSceneLayer &layer)
+{
+    QString &strFile = layer.m_config.m_LayerAlphaMap.m_strAlphaMapFile;
+    if (strFile.startsWith(QLatin1String(BuiltInPrefix)))
+        strFile = fileFor(strFile.mid(int(qstrlen(BuiltInPrefix))));
     return m_strError.isEmpty();
 }
 

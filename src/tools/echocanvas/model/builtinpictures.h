@@ -31,6 +31,8 @@ public:
      * @return false if a file could not be written; errorText() then tells why
      */
     bool provide(sScene &scene);
+    /** The same for one layer. */
+    bool provide(sSceneLayer &layer);
     QString errorText() const { return m_strError; }
 
 private:

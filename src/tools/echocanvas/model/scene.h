@@ -16,6 +16,7 @@ namespace Morvek::Tools {
 /** The device that a scene is played on. */
 struct sSceneDevice
 {
+    QString m_strName;    ///< for people; empty for one made of address and port
     QString m_strAddress; ///< host name or address, IPv6 without brackets
     quint16 m_nPort = 0;
     int m_nFps = 25;   ///< previews a second and layer, 0 to 255; 0 leaves the rate to the library
@@ -23,6 +24,9 @@ struct sSceneDevice
     BizModel::s_EchoVideoConfig::eVideoSourceType m_eSourceType =
         BizModel::s_EchoVideoConfig::RemoteTCP;
     QString m_strFile; ///< raw YUV file; empty for the library's default
+
+    /** What to call it: its name, or where its pictures come from. */
+    QString title() const;
 };
 
 /** One layer: what the library renders, and what only the host knows about it. */
@@ -54,9 +58,22 @@ struct sSceneScreen
 /** Everything that the example host shows. Screen and layer ids count from 1, in file order. */
 struct sScene
 {
-    sSceneDevice m_device;
+    sSceneDevice m_device;              ///< the one that is active first
+    QList<sSceneDevice> m_otherDevices; ///< others that a host can switch to
     QList<sSceneScreen> m_screens;
+
+    /** All devices, the first one first. */
+    QList<sSceneDevice> devices() const { return QList<sSceneDevice>{m_device} + m_otherDevices; }
+    /** One of them, to be changed in place. @param nDevice  0 to devices().size() - 1 */
+    sSceneDevice &device(int nDevice)
+    {
+        return nDevice == 0 ? m_device : m_otherDevices[nDevice - 1];
+    }
 };
+
+/** Whether all that a scene file says about them is the same. */
+bool operator==(const sSceneDevice &left, const sSceneDevice &right);
+bool operator==(const sSceneLayer &left, const sSceneLayer &right);
 
 } // namespace Morvek::Tools
 

@@ -28,6 +28,7 @@ namespace LayerEnum = BizModel::Enum::Layer;
 
 constexpr int MaxExtent = 8192; // pixels; larger previews are a mistake, not a wish
 constexpr int MaxIds = 255;     // screen and layer ids have 8 bits and count from 1
+constexpr int MaxOtherDevices = 15;
 
 const char *const BuiltInSceneFile = ":/echocanvas/defaultscene.json";
 
@@ -45,6 +46,8 @@ const QList<QPair<QString, SourceType>> &sourceTypes()
 sSceneDevice readDevice(JsonChecker json, const QDir &folder)
 {
     sSceneDevice device;
+    if (json.has(QStringLiteral("name")))
+        device.m_strName = json.text(QStringLiteral("name"));
     device.m_strAddress = json.text(QStringLiteral("address"));
     device.m_nPort = quint16(json.integer(QStringLiteral("port"), 1, 65535));
     device.m_nFps = json.integer(QStringLiteral("fps"), 0, 255, device.m_nFps);
@@ -88,6 +91,12 @@ sScene SceneReader::read(const QJsonObject &root)
     sScene scene;
     scene.m_device = readDevice(json.object(QStringLiteral("device")), m_folder);
     m_nTiles = scene.m_device.m_nTiles;
+    if (json.has(QStringLiteral("otherDevices"))) {
+        const QList<JsonChecker> devices =
+            json.objects(QStringLiteral("otherDevices"), 0, MaxOtherDevices);
+        for (const JsonChecker &device : devices)
+            scene.m_otherDevices.append(readDevice(device, m_folder));
+    }
     const QList<JsonChecker> screens = json.objects(QStringLiteral("screens"), 1, MaxIds);
     for (const JsonChecker &screen : screens)
         scene.m_screens.append(readScreen(screen, scene.m_screens.size() + 1));
@@ -279,6 +288,15 @@ std::optional<sScene> readSceneFile(const QString &strFileName, QStringList &pro
         return {};
     }
     return readScene(file.readAll(), strFileName, problems);
+}
+
+QString sourceTypeName(s_EchoVideoConfig::eVideoSourceType eType)
+{
+    for (const auto &type : sourceTypes()) {
+        if (type.second == eType)
+            return type.first;
+    }
+    return QString();
 }
 
 std::optional<s_EchoVideoConfig::eVideoSourceType> sourceTypeNamed(const QString &strName)

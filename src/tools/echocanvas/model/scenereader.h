@@ -37,6 +37,8 @@ std::optional<sScene> readSceneFile(const QString &strFileName, QStringList &pro
 /** The source that a scene or an option calls by this name: mjpeg, shm or yuv. */
 std::optional<BizModel::s_EchoVideoConfig::eVideoSourceType>
 sourceTypeNamed(const QString &strName);
+/** What a scene calls this source; empty for one that no scene can have. */
+QString sourceTypeName(BizModel::s_EchoVideoConfig::eVideoSourceType eType);
 
 } // namespace Morvek::Tools
 

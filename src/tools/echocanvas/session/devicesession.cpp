@@ -4,7 +4,7 @@
 #include <echolayout.h>
 #include <pixmapreader.h>
 
-#include <cmath>
+#include <algorithm>
 
 namespace Morvek::Tools {
 
@@ -19,27 +19,40 @@ using EchoVideo::sLayerVideoConfig;
 
 namespace {
 
-constexpr quint16 ModelId = 1; // the one model whose echo picture is laid out here
+constexpr int RendererWatchInterval = 500; // ms
 
-QVector<std::shared_ptr<Input>> makeInputs(int nCount)
+/** As many as any device may have. */
+QVector<std::shared_ptr<Input>> makeInputs()
 {
     QVector<std::shared_ptr<Input>> inputs;
-    for (int nInput = 0; nInput < nCount; ++nInput)
+    for (int nInput = 0; nInput < supportedTileCounts().last(); ++nInput)
         inputs.append(std::make_shared<Input>(quint8(nInput)));
     return inputs;
+}
+
+bool differOnlyInRate(QList<sSceneDevice> left, const QList<sSceneDevice> &right)
+{
+    if (left.size() != right.size())
+        return false;
+    for (int nDevice = 0; nDevice < left.size(); ++nDevice)
+        left[nDevice].m_nFps = right[nDevice].m_nFps;
+    return left == right;
 }
 
 } // namespace
 
 DeviceSession::DeviceSession(const sScene &scene, QObject *parent)
     : QObject(parent)
-    , m_inputs(makeInputs(scene.m_device.m_nTiles))
+    , m_inputs(makeInputs())
     , m_manager(inputCallback(m_inputs))
 {
-    buildDevice(scene.m_device);
-    registerLayers(scene);
+    buildDevices(scene.devices());
+    setScreens(scene.m_screens);
     connect(&m_manager, &LayerVideoManager::layerVideoRenderFinished, this,
             &DeviceSession::previewFinished);
+    connect(this, &DeviceSession::previewFinished, this, [this] { m_hasNewPreviews = true; });
+    connect(&m_watch, &QTimer::timeout, this, &DeviceSession::wakeSleepyRenderer);
+    m_watch.start(RendererWatchInterval);
 }
 
 DeviceSession::~DeviceSession()
@@ -47,43 +60,23 @@ DeviceSession::~DeviceSession()
     stop();
     // The manager hears of it and forgets the screens' layers.
     for (const auto &pScreen : std::as_const(m_screens))
-        DeviceList::instance()->removeScreen(m_pDevice, pScreen);
-    DeviceList::instance()->removeDevice(m_pDevice);
+        DeviceList::instance()->removeScreen(device().m_pDevice, pScreen);
+    forgetDevices();
 }
 
-void DeviceSession::buildDevice(const sSceneDevice &device)
+void DeviceSession::buildDevices(const QList<sSceneDevice> &devices)
 {
-    m_pDevice = std::make_shared<Device>(ModelId);
-    m_pDevice->setIPAddress(device.m_strAddress);
-    BizModel::s_DeviceConfig &config = m_pDevice->deviceConfig();
-    // As many input cards as connectors on each: the echo picture is a square grid of inputs.
-    const auto nCards = quint8(std::lround(std::sqrt(device.m_nTiles)));
-    config.InputSlotCount = nCards;
-    config.MaxConnectorCountOfSingleCard = nCards;
-    config.EchoVideoCfg.ECVideoSourceType = device.m_eSourceType;
-    config.EchoVideoCfg.RemotePort = device.m_nPort;
-    config.EchoVideoCfg.VideoSourcePath = device.m_strFile;
-    config.EchoVideoCfg.FPS = quint8(device.m_nFps);
-
-    DeviceList *pDevices = DeviceList::instance();
-    for (int nInput = 0; nInput < device.m_nTiles; ++nInput)
-        pDevices->setEchoVideoRect(ModelId, quint8(nInput), tileRect(device.m_nTiles, nInput));
-    pDevices->addDevice(m_pDevice);
-    pDevices->setActivedDevice(m_pDevice);
+    for (const sSceneDevice &settings : devices)
+        m_devices.push_back(makeSessionDevice(settings));
+    m_nActive = qBound(0, m_nActive, int(m_devices.size()) - 1);
+    DeviceList::instance()->setActivedDevice(device().m_pDevice);
 }
 
-void DeviceSession::registerLayers(const sScene &scene)
+void DeviceSession::forgetDevices()
 {
-    for (const sSceneScreen &screen : scene.m_screens) {
-        const sLayerUniqueIdentifies key = screen.m_layers.first().m_config.m_LayerIdentifies;
-        m_screens.append(
-            std::make_shared<BizModel::Screen>(m_pDevice, key.screenId, key.screenType));
-        for (const sSceneLayer &layer : screen.m_layers) {
-            sLayerVideoConfig config = layer.m_config;
-            m_manager.setLayerVideoConfig(config);
-        }
-    }
-    m_firstLayer = scene.m_screens.first().m_layers.first().m_config.m_LayerIdentifies;
+    for (const sSessionDevice &device : m_devices)
+        DeviceList::instance()->removeDevice(device.m_pDevice);
+    m_devices.clear();
 }
 
 /**
@@ -92,9 +85,13 @@ void DeviceSession::registerLayers(const sScene &scene)
  */
 LayerVideoManager::ReadInputVideoFrameCallback DeviceSession::inputCallback(const Inputs &inputs)
 {
-    return [inputs](std::weak_ptr<Device>, const sLayerSource &source, const QSize &,
+    return [inputs](std::weak_ptr<Device> wDevice, const sLayerSource &source, const QSize &,
                     QImage &picture) {
-        const std::shared_ptr<Input> pInput = inputs.value(int(source.m_nLayerSourceKeyNo));
+        const std::shared_ptr<Device> pDevice = wDevice.lock();
+        const int nInput = int(source.m_nLayerSourceKeyNo);
+        // What another device, with more inputs, left behind is no picture of this one.
+        const bool isKnown = pDevice && nInput >= 0 && nInput < inputCountOf(*pDevice);
+        const std::shared_ptr<Input> pInput = isKnown ? inputs.value(nInput) : nullptr;
         return PixmapReader::instance()->getInputVideoFrame(pInput, picture, false);
     };
 }
@@ -104,8 +101,12 @@ bool DeviceSession::start()
     // The service belongs to the thread that asks for it first: this one, not a render thread.
     PixmapReader::instance();
     m_isStarted = true;
-    setOnline(true);
-    return m_manager.startManager(true);
+    for (sSessionDevice &device : m_devices) {
+        device.m_isOnline = true;
+        DeviceList::instance()->setDeviceOnline(device.m_pDevice, true);
+    }
+    resumeReader();
+    return setRendering(true);
 }
 
 void DeviceSession::stop()
@@ -113,21 +114,117 @@ void DeviceSession::stop()
     if (!m_isStarted)
         return;
     m_isStarted = false;
-    m_manager.stopManager();
-    // A reader of an offline device ends only once the device is back, so stopping would block.
-    if (!m_pDevice->onlineFlag())
-        DeviceList::instance()->setDeviceOnline(m_pDevice, true);
-    PixmapReader::instance()->stopRead();
+    setRendering(false);
+    endReader();
+    Q_EMIT changed();
+}
+
+void DeviceSession::setActiveDevice(int nDevice)
+{
+    if (nDevice == m_nActive || nDevice < 0 || nDevice >= int(m_devices.size()))
+        return;
+    endReader();
+    m_nActive = nDevice;
+    DeviceList::instance()->setActivedDevice(device().m_pDevice);
+    resumeReader();
+    Q_EMIT changed();
 }
 
 void DeviceSession::setOnline(bool isOnline)
 {
-    DeviceList::instance()->setDeviceOnline(m_pDevice, isOnline);
-    if (!isOnline)
+    active().m_isOnline = isOnline;
+    DeviceList::instance()->setDeviceOnline(device().m_pDevice, isOnline);
+    // A service that has no reader yet does not start one because a device comes online; one that
+    // the host has paused resumes.
+    if (isOnline)
+        resumeReader();
+    Q_EMIT changed();
+}
+
+void DeviceSession::setDevices(const QList<sSceneDevice> &devices)
+{
+    QList<sSceneDevice> present;
+    for (const sSessionDevice &device : m_devices)
+        present.append(device.m_settings);
+    if (present == devices)
         return;
-    // A service that has no reader yet does not start one because a device comes online.
-    PixmapReader::instance()->restartRead();
+    if (differOnlyInRate(present, devices)) {
+        for (int nDevice = 0; nDevice < devices.size(); ++nDevice)
+            applyFps(m_devices[std::size_t(nDevice)], devices[nDevice].m_nFps);
+    } else {
+        const bool isOnline = device().m_isOnline;
+        endReader();
+        forgetDevices();
+        buildDevices(devices);
+        for (sSessionDevice &device : m_devices) {
+            device.m_isOnline = isOnline;
+            device.m_pDevice->setOnlineFlag(isOnline);
+        }
+        resumeReader();
+    }
+    Q_EMIT changed();
+}
+
+void DeviceSession::setReading(eReading eWanted)
+{
+    m_eReading = eWanted;
+    if (eWanted == eReading::Stopped)
+        endReader();
+    else
+        resumeReader();
+    Q_EMIT changed();
+}
+
+void DeviceSession::reconnectNow()
+{
+    if (!m_isStarted || m_eReading != eReading::Reading)
+        return;
+    PixmapReader::instance()->pauseRead();
+    resumeReader();
+}
+
+/** Stops the reader, for which the device has to be online; what the host means is put back. */
+void DeviceSession::endReader()
+{
+    if (m_devices.empty())
+        return;
+    active().m_pDevice->setOnlineFlag(true);
+    PixmapReader::instance()->stopRead();
+    active().m_pDevice->setOnlineFlag(device().m_isOnline);
+}
+
+/** Makes the service do what the host last asked for, whatever has become of it meanwhile. */
+void DeviceSession::resumeReader()
+{
+    if (!m_isStarted)
+        return;
+    PixmapReader *const pService = PixmapReader::instance();
+    if (m_eReading == eReading::Reading)
+        pService->restartRead();
+    else if (m_eReading == eReading::Paused)
+        pService->pauseRead();
+    else
+        endReader(); // another device, or one that came online, starts a reader by itself
     wakeRenderer();
+    Q_EMIT readingRestarted();
+}
+
+bool DeviceSession::setRendering(bool isRendering)
+{
+    if (isRendering == m_isRendering)
+        return true;
+    const bool isDone = isRendering ? m_manager.startManager(true) : m_manager.stopManager();
+    if (isDone)
+        m_isRendering = isRendering;
+    Q_EMIT changed();
+    return isDone;
+}
+
+void DeviceSession::setRenderEnabled(bool isEnabled)
+{
+    m_isRenderEnabled = isEnabled;
+    m_manager.setRenderEnable(isEnabled);
+    Q_EMIT changed();
 }
 
 /**
@@ -137,8 +234,88 @@ void DeviceSession::setOnline(bool isOnline)
 void DeviceSession::wakeRenderer()
 {
     sLayerVideoConfig config;
-    if (m_manager.findLayerVideoConfig(m_firstLayer, config))
+    if (!m_layers.isEmpty() && m_manager.findLayerVideoConfig(m_layers.first(), config))
         m_manager.setLayerVideoConfig(config);
+}
+
+/**
+ * A wake-up that comes while the render thread is still busy with its last pass for an offline device
+ * is lost, and nothing else wakes it: look whether previews come, and repeat it where none do.
+ */
+void DeviceSession::wakeSleepyRenderer()
+{
+    const bool isExpected = m_isStarted && m_isRendering && m_isRenderEnabled;
+    if (isExpected && device().m_isOnline && !m_hasNewPreviews)
+        wakeRenderer();
+    m_hasNewPreviews = false;
+}
+
+void DeviceSession::setLayer(const sSceneLayer &layer)
+{
+    const sLayerUniqueIdentifies &key = layer.m_config.m_LayerIdentifies;
+    sLayerVideoConfig config = layer.m_config;
+    if (m_manager.findLayerVideoConfig(key, config)) {
+        config.m_LayerItem = layer.m_config.m_LayerItem;
+        config.m_LayerBorder = layer.m_config.m_LayerBorder;
+        config.m_LayerSource = layer.m_config.m_LayerSource;
+        config.m_LayerMask = layer.m_config.m_LayerMask;
+        config.m_LayerAlphaMap = layer.m_config.m_LayerAlphaMap;
+    } else {
+        m_layers.append(key);
+    }
+    m_manager.setLayerVideoConfig(config);
+}
+
+void DeviceSession::removeLayer(const sLayerUniqueIdentifies &layer)
+{
+    sLayerUniqueIdentifies key = layer;
+    m_manager.removeLayerVideoConfig(key);
+    m_layers.removeAll(key);
+}
+
+void DeviceSession::setScreens(const QList<sSceneScreen> &screens)
+{
+    QList<sLayerUniqueIdentifies> wanted;
+    QList<quint8> screenIds;
+    for (const sSceneScreen &screen : screens) {
+        screenIds.append(screen.m_layers.first().m_config.m_LayerIdentifies.screenId);
+        for (const sSceneLayer &layer : screen.m_layers)
+            wanted.append(layer.m_config.m_LayerIdentifies);
+    }
+    const auto known = m_screens;
+    for (const auto &pScreen : known) {
+        if (!screenIds.contains(pScreen->screenId()))
+            forgetScreen(pScreen->screenId());
+    }
+    const auto present = m_layers;
+    for (const sLayerUniqueIdentifies &layer : present) {
+        if (!wanted.contains(layer))
+            removeLayer(layer);
+    }
+    for (const sSceneScreen &screen : screens) {
+        const sLayerUniqueIdentifies key = screen.m_layers.first().m_config.m_LayerIdentifies;
+        const bool isKnown = std::any_of(m_screens.cbegin(), m_screens.cend(), [&](const auto &p) {
+            return p->screenId() == key.screenId;
+        });
+        if (!isKnown)
+            m_screens.append(std::make_shared<BizModel::Screen>(device().m_pDevice, key.screenId,
+                                                                key.screenType));
+        for (const sSceneLayer &layer : screen.m_layers)
+            setLayer(layer);
+    }
+}
+
+/** Tells the device list, as a host does: the manager hears of it and forgets the layers. */
+void DeviceSession::forgetScreen(quint8 nScreenId)
+{
+    for (int nScreen = m_screens.size() - 1; nScreen >= 0; --nScreen) {
+        if (m_screens[nScreen]->screenId() == nScreenId)
+            DeviceList::instance()->removeScreen(device().m_pDevice, m_screens.takeAt(nScreen));
+    }
+    const auto isOnScreen = [nScreenId](const sLayerUniqueIdentifies &layer) {
+        return layer.screenId == nScreenId;
+    };
+    m_layers.erase(std::remove_if(m_layers.begin(), m_layers.end(), isOnScreen), m_layers.end());
 }
 
 QImage DeviceSession::preview(const sLayerUniqueIdentifies &layer)
@@ -148,14 +325,21 @@ QImage DeviceSession::preview(const sLayerUniqueIdentifies &layer)
     return preview;
 }
 
+int DeviceSession::inputCount() const
+{
+    return device().m_settings.m_nTiles;
+}
+
+bool DeviceSession::inputPicture(int nInput, QImage &picture) const
+{
+    return PixmapReader::instance()->getInputVideoFrame(m_inputs[nInput], picture, false);
+}
+
 QVector<QImage> DeviceSession::inputPictures() const
 {
-    QVector<QImage> pictures;
-    for (const auto &pInput : m_inputs) {
-        QImage picture;
-        PixmapReader::instance()->getInputVideoFrame(pInput, picture, false);
-        pictures.append(picture);
-    }
+    QVector<QImage> pictures(inputCount());
+    for (int nInput = 0; nInput < pictures.size(); ++nInput)
+        inputPicture(nInput, pictures[nInput]);
     return pictures;
 }
 

@@ -78,4 +78,17 @@ QImage paintedCanvas(const sSceneScreen &screen, const QList<QImage> &previews)
     return canvas;
 }
 
+void paintBackdrop(QPainter &painter, const sSceneScreen &screen)
+{
+    const bool hasFonts = !QFontDatabase().families().isEmpty();
+    drawBackground(painter, screen);
+    if (hasFonts)
+        drawTitle(painter, screen);
+    for (const sSceneLayer &layer : screen.m_layers) {
+        drawFrame(painter, layer.canvasRect());
+        if (hasFonts)
+            drawCaption(painter, layer);
+    }
+}
+
 } // namespace Morvek::Tools

@@ -6,6 +6,8 @@
 #include <QImage>
 #include <QList>
 
+class QPainter;
+
 namespace Morvek::Tools {
 
 /**
@@ -16,6 +18,14 @@ namespace Morvek::Tools {
  * @thread main
  */
 QImage paintedCanvas(const sSceneScreen &screen, const QList<QImage> &previews);
+
+/**
+ * Draws what lies below a screen's layers: the background, the screen's title, and each layer's
+ * frame and name, in pixels of the canvas.
+ *
+ * @thread main
+ */
+void paintBackdrop(QPainter &painter, const sSceneScreen &screen);
 
 } // namespace Morvek::Tools
 

@@ -1,0 +1,120 @@
+#include "inputobserver.h"
+
+#include <cstring>
+
+namespace Morvek::Tools {
+
+namespace {
+
+// What the library hands out where there is no picture is this small.
+constexpr QSize PlaceholderSize(2, 2);
+
+bool isBlackRow(const QRgb *pRow, int nWidth)
+{
+    for (int x = 0; x < nWidth; ++x) {
+        if ((pRow[x] & 0x00ffffff) != 0)
+            return false;
+    }
+    return true;
+}
+
+/** As QImage's own comparison, but over whole rows: it runs for every input at every tick. */
+bool isSamePicture(const QImage &left, const QImage &right)
+{
+    if (left.size() != right.size() || left.format() != right.format())
+        return false;
+    if (left.isNull() || left.cacheKey() == right.cacheKey())
+        return true;
+    const auto nBytes = std::size_t(left.width()) * std::size_t(left.depth()) / 8;
+    for (int y = 0; y < left.height(); ++y) {
+        if (std::memcmp(left.constScanLine(y), right.constScanLine(y), nBytes) != 0)
+            return false;
+    }
+    return true;
+}
+
+QString secondsText(qint64 nMs)
+{
+    return QStringLiteral("%1 s").arg(nMs / 1000);
+}
+
+} // namespace
+
+bool isBlack(const QImage &picture)
+{
+    if (picture.isNull())
+        return false;
+    if (picture.depth() != 32)
+        return isBlack(picture.convertToFormat(QImage::Format_RGB32));
+    for (int y = 0; y < picture.height(); ++y) {
+        if (!isBlackRow(reinterpret_cast<const QRgb *>(picture.constScanLine(y)), picture.width()))
+            return false;
+    }
+    return true;
+}
+
+bool InputObserver::look(const sInputLook &look)
+{
+    const bool isFirst = m_nFirstMs < 0;
+    if (isFirst)
+        m_nFirstMs = m_nChangedMs = look.m_nNowMs;
+    const bool isNew = !isSamePicture(m_picture, look.m_picture);
+    if (isNew) {
+        m_picture = look.m_picture;
+        m_isBlack = isBlack(m_picture);
+        m_nChangedMs = look.m_nNowMs;
+    }
+    const bool isReal = look.m_isKnown && m_picture.size() != PlaceholderSize && !m_isBlack;
+    // The picture of the first look may be one that another device has left behind.
+    const bool isNewAndReal = isNew && isReal && !isFirst;
+    m_hasChanged = m_hasChanged || isNewAndReal;
+    if (isNewAndReal)
+        m_changes.push_back(look.m_nNowMs);
+    while (!m_changes.empty() && m_changes.front() <= look.m_nNowMs - RateWindowMs)
+        m_changes.pop_front();
+    // An input that was just looked at for the first time has no full window behind it.
+    const qint64 nWindow = qBound<qint64>(1000, look.m_nNowMs - m_nFirstMs, RateWindowMs);
+    m_status.m_rate = double(m_changes.size()) * 1000.0 / double(nWindow);
+    m_status.m_nUnchangedMs = look.m_nNowMs - m_nChangedMs;
+    judge(look);
+    return isNewAndReal;
+}
+
+void InputObserver::judge(const sInputLook &look)
+{
+    if (!look.m_isOnline)
+        setState(eInputState::NoSignal, QStringLiteral("The device is offline."));
+    else if (look.m_isOverloaded)
+        setState(eInputState::Overloaded,
+                 QStringLiteral("The device says that the signal is more than it can show."));
+    else if (!look.m_isActive)
+        setState(eInputState::NoSignal,
+                 QStringLiteral("The device says that nothing is connected."));
+    else if (!look.m_isKnown || m_picture.isNull())
+        setState(eInputState::Unknown, QStringLiteral("No picture has come yet."));
+    else if (m_isBlack)
+        setState(eInputState::NoSignal, QStringLiteral("Its part of the echo video is black."));
+    else
+        judgePicture(look.m_nNowMs);
+}
+
+void InputObserver::judgePicture(qint64 nNowMs)
+{
+    const qint64 nUnchangedMs = nNowMs - m_nChangedMs;
+    if (nUnchangedMs >= StaleAfterMs)
+        setState(eInputState::Stale,
+                 QStringLiteral("The same picture for %1: a still picture, or it hangs.")
+                     .arg(secondsText(nUnchangedMs)));
+    else if (!m_hasChanged)
+        setState(eInputState::Unknown, QStringLiteral("Waiting whether its picture changes."));
+    else
+        setState(eInputState::Live, QString());
+}
+
+void InputObserver::setState(eInputState eState, const QString &strReason)
+{
+    m_status.m_eState = eState;
+    m_status.m_strReason = strReason;
+}
+
+} // namespace Morvek::Tools

@@ -1,0 +1,79 @@
+#ifndef MORVEK_ECHOCANVAS_INPUTOBSERVER_H
+#define MORVEK_ECHOCANVAS_INPUTOBSERVER_H
+
+#include <QImage>
+#include <QString>
+#include <QtGlobal>
+
+#include <deque>
+#include <optional>
+
+namespace Morvek::Tools {
+
+/** What is known about an input. */
+enum class eInputState {
+    Unknown,    ///< there is no picture of it at all
+    NoSignal,   ///< it shows black
+    Overloaded, ///< the device says that its signal is more than can be shown
+    Live,       ///< its picture changes
+    Stale       ///< its picture has been the same for a while
+};
+
+/** What one look at an input found. */
+struct sInputLook
+{
+    qint64 m_nNowMs = 0;    ///< on any clock that does not jump
+    bool m_isKnown = false; ///< the library's result
+    QImage m_picture;
+    bool m_isActive = true;      ///< as the device model says
+    bool m_isOverloaded = false; ///< as the device model says
+    bool m_isOnline = true;      ///< whether the device can be reached
+};
+
+/** An input's state, with everything that explains it. */
+struct sInputStatus
+{
+    eInputState m_eState = eInputState::Unknown;
+    QString m_strReason;       ///< a sentence; empty while it is live
+    double m_rate = 0;         ///< changes of the picture a second, over the last seconds
+    qint64 m_nUnchangedMs = 0; ///< since the last change
+};
+
+/** Whether every pixel is black, as in a picture without signal; stops at the first that is not. */
+bool isBlack(const QImage &picture);
+
+/**
+ * Tells an input's state from what a host can see of it, above all from whether its picture changes:
+ * the library's ticks go on also where nothing new comes.
+ */
+class InputObserver
+{
+public:
+    /** A picture that stays the same for this long is stale. */
+    static constexpr qint64 StaleAfterMs = 2000;
+    /** What the rate is taken over. */
+    static constexpr qint64 RateWindowMs = 4000;
+
+    /** @return whether there was a new picture */
+    bool look(const sInputLook &look);
+    sInputStatus status() const { return m_status; }
+    /** The picture of the last look; null or a placeholder where there is none. */
+    QImage picture() const { return m_picture; }
+
+private:
+    void judge(const sInputLook &look);
+    void judgePicture(qint64 nNowMs);
+    void setState(eInputState eState, const QString &strReason);
+
+    QImage m_picture;
+    bool m_isBlack = false;    // of m_picture
+    bool m_hasChanged = false; // since the first look
+    qint64 m_nChangedMs = 0;
+    qint64 m_nFirstMs = -1;
+    std::deque<qint64> m_changes; // times of the changes within the window
+    sInputStatus m_status;
+};
+
+} // namespace Morvek::Tools
+
+#endif // MORVEK_ECHOCANVAS_INPUTOBSERVER_H

@@ -1,0 +1,170 @@
+#include "inspectorsection.h"
+
+#include <QCheckBox>
+#include <QColorDialog>
+#include <QComboBox>
+#include <QFormLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPushButton>
+#include <QScopedValueRollback>
+#include <QSpinBox>
+
+namespace Morvek::Tools {
+
+namespace {
+
+QString plainName(QString strName)
+{
+    return strName.remove(QLatin1Char('&'));
+}
+
+/** A swatch that shows transparency by the squares below it. */
+QIcon swatch(const QColor &color)
+{
+    QPixmap pixmap(32, 16);
+    QPainter painter(&pixmap);
+    painter.fillRect(pixmap.rect(), Qt::white);
+    painter.fillRect(pixmap.rect(), QBrush(Qt::gray, Qt::Dense4Pattern));
+    painter.fillRect(pixmap.rect(), color);
+    return QIcon(pixmap);
+}
+
+} // namespace
+
+InspectorSection::InspectorSection(const QString &strTitle, eLayerPart ePart, QWidget *pParent)
+    : QGroupBox(strTitle, pParent)
+    , m_ePart(ePart)
+    , m_pForm(new QFormLayout(this))
+{
+    m_pForm->setContentsMargins(8, 4, 8, 6);
+    m_pForm->setVerticalSpacing(3);
+}
+
+void InspectorSection::addField(const sFieldText &text, QWidget *pField,
+                                std::function<void(const sSceneLayer &)> loader)
+{
+    const QString strUnit = text.m_strUnit.isEmpty()
+                              ? QString()
+                              : QStringLiteral(" (%1)").arg(text.m_strUnit.trimmed());
+    pField->setToolTip(text.m_strTip + strUnit);
+    pField->setAccessibleName(title() + QStringLiteral(": ") + plainName(text.m_strName));
+    pField->setAccessibleDescription(text.m_strTip + strUnit);
+    pField->setObjectName(plainName(text.m_strName));
+    auto *const pLabel = new QLabel(text.m_strName);
+    pLabel->setBuddy(pField);
+    pLabel->setToolTip(pField->toolTip());
+    m_pForm->addRow(pLabel, pField);
+    m_loaders.push_back(std::move(loader));
+    m_pLastField = pField;
+}
+
+QSpinBox *InspectorSection::addNumber(const sFieldText &text, int nMin, int nMax, GetNumber get,
+                                      SetNumber set)
+{
+    auto *const pBox = new QSpinBox;
+    pBox->setRange(nMin, nMax);
+    pBox->setSuffix(text.m_strUnit);
+    pBox->setKeyboardTracking(false); // half a number is no wish
+    pBox->setFocusPolicy(Qt::StrongFocus);
+    addField(text, pBox, [pBox, get](const sSceneLayer &layer) { pBox->setValue(get(layer)); });
+    connect(pBox, qOverload<int>(&QSpinBox::valueChanged), this, [this, pBox, set](int nValue) {
+        edit([&](sSceneLayer &layer) { set(layer, nValue); }, pBox);
+    });
+    return pBox;
+}
+
+QCheckBox *InspectorSection::addFlag(const sFieldText &text, GetNumber get, SetNumber set)
+{
+    auto *const pBox = new QCheckBox;
+    addField(text, pBox,
+             [pBox, get](const sSceneLayer &layer) { pBox->setChecked(get(layer) != 0); });
+    connect(pBox, &QCheckBox::toggled, this, [this, pBox, set](bool isOn) {
+        edit([&](sSceneLayer &layer) { set(layer, isOn ? 1 : 0); }, pBox);
+    });
+    return pBox;
+}
+
+QComboBox *InspectorSection::addChoice(const sFieldText &text,
+                                       const QList<QPair<QString, int>> &choices, GetNumber get,
+                                       SetNumber set)
+{
+    auto *const pBox = new QComboBox;
+    pBox->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    for (const auto &choice : choices)
+        pBox->addItem(choice.first, choice.second);
+    addField(text, pBox, [pBox, get](const sSceneLayer &layer) {
+        pBox->setCurrentIndex(pBox->findData(get(layer)));
+    });
+    connect(
+        pBox, qOverload<int>(&QComboBox::currentIndexChanged), this, [this, pBox, set](int nIndex) {
+            if (nIndex >= 0)
+                edit([&](sSceneLayer &layer) { set(layer, pBox->itemData(nIndex).toInt()); }, pBox);
+        });
+    return pBox;
+}
+
+QPushButton *InspectorSection::addColor(const sFieldText &text, GetColor get, SetColor set)
+{
+    auto *const pButton = new QPushButton;
+    pButton->setIconSize(QSize(32, 16));
+    addField(text, pButton, [pButton, get](const sSceneLayer &layer) {
+        pButton->setIcon(swatch(get(layer)));
+        pButton->setText(get(layer).name(QColor::HexArgb));
+    });
+    const QString strTitle = plainName(text.m_strName);
+    connect(pButton, &QPushButton::clicked, this, [this, pButton, get, set, strTitle] {
+        const QColor color =
+            QColorDialog::getColor(get(m_layer), this, strTitle, QColorDialog::ShowAlphaChannel);
+        if (color.isValid())
+            edit([&](sSceneLayer &layer) { set(layer, color); }, pButton);
+    });
+    return pButton;
+}
+
+QLineEdit *InspectorSection::addText(const sFieldText &text, GetText get, SetText set)
+{
+    auto *const pEdit = new QLineEdit;
+    addField(text, pEdit, [pEdit, get](const sSceneLayer &layer) {
+        if (pEdit->text() != get(layer))
+            pEdit->setText(get(layer));
+    });
+    connect(pEdit, &QLineEdit::editingFinished, this, [this, pEdit, set] {
+        edit([&](sSceneLayer &layer) { set(layer, pEdit->text()); }, pEdit);
+    });
+    return pEdit;
+}
+
+void InspectorSection::addWidget(QWidget *pWidget, std::function<void(const sSceneLayer &)> loader)
+{
+    m_pForm->addRow(pWidget);
+    m_loaders.push_back(std::move(loader));
+    m_pLastField = pWidget;
+}
+
+void InspectorSection::usableIf(IsUsed isUsed)
+{
+    QWidget *const pField = m_pLastField;
+    m_loaders.push_back(
+        [pField, isUsed](const sSceneLayer &layer) { pField->setEnabled(isUsed(layer)); });
+}
+
+void InspectorSection::load(const sSceneLayer &layer)
+{
+    const QScopedValueRollback<bool> loading(m_isLoading, true);
+    m_layer = layer;
+    for (const auto &loader : m_loaders)
+        loader(layer);
+}
+
+void InspectorSection::edit(const std::function<void(sSceneLayer &)> &change, QObject *pField)
+{
+    if (m_isLoading)
+        return;
+    sSceneLayer layer = m_layer;
+    change(layer);
+    Q_EMIT edited(layer, m_ePart, pField);
+}
+
+} // namespace Morvek::Tools

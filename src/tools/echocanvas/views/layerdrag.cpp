@@ -1,0 +1,90 @@
+#include "layerdrag.h"
+
+#include <QList>
+
+#include <utility>
+
+namespace Morvek::Tools {
+
+QList<Qt::Edges> allHandles()
+{
+    return {Qt::TopEdge | Qt::LeftEdge,
+            Qt::TopEdge | Qt::RightEdge,
+            Qt::BottomEdge | Qt::LeftEdge,
+            Qt::BottomEdge | Qt::RightEdge,
+            Qt::TopEdge,
+            Qt::BottomEdge,
+            Qt::LeftEdge,
+            Qt::RightEdge};
+}
+
+QRect handleRect(const QRect &rect, Qt::Edges edges)
+{
+    QPoint place = rect.center();
+    if (edges & Qt::LeftEdge)
+        place.setX(rect.left());
+    if (edges & Qt::RightEdge)
+        place.setX(rect.right());
+    if (edges & Qt::TopEdge)
+        place.setY(rect.top());
+    if (edges & Qt::BottomEdge)
+        place.setY(rect.bottom());
+    return QRect(place - QPoint(HandleSize / 2, HandleSize / 2), QSize(HandleSize, HandleSize));
+}
+
+Qt::Edges edgesAt(const QRect &rect, const QPoint &point)
+{
+    // A little more than what is drawn, which would be hard to hit.
+    const QMargins reach(2, 2, 2, 2);
+    const QList<Qt::Edges> handles = allHandles();
+    for (Qt::Edges edges : handles) {
+        if (handleRect(rect, edges).marginsAdded(reach).contains(point))
+            return edges;
+    }
+    return {};
+}
+
+Qt::CursorShape cursorOf(Qt::Edges edges)
+{
+    if (!edges)
+        return Qt::SizeAllCursor;
+    const bool isHorizontal = edges & (Qt::LeftEdge | Qt::RightEdge);
+    const bool isVertical = edges & (Qt::TopEdge | Qt::BottomEdge);
+    if (!isVertical)
+        return Qt::SizeHorCursor;
+    if (!isHorizontal)
+        return Qt::SizeVerCursor;
+    const bool isMainDiagonal =
+        edges == (Qt::TopEdge | Qt::LeftEdge) || edges == (Qt::BottomEdge | Qt::RightEdge);
+    return isMainDiagonal ? Qt::SizeFDiagCursor : Qt::SizeBDiagCursor;
+}
+
+LayerDrag::LayerDrag(const QRect &rect, Qt::Edges edges, const QPointF &start)
+    : m_rect(rect)
+    , m_edges(edges)
+    , m_start(start)
+{}
+
+QRect LayerDrag::rectAt(const QPointF &point) const
+{
+    const QPoint way = (point - m_start).toPoint();
+    if (!m_edges)
+        return m_rect.translated(way);
+    QRect rect = m_rect;
+    if (m_edges & Qt::LeftEdge)
+        rect.setLeft(qMin(rect.left() + way.x(), rect.right()));
+    if (m_edges & Qt::RightEdge)
+        rect.setRight(qMax(rect.right() + way.x(), rect.left()));
+    if (m_edges & Qt::TopEdge)
+        rect.setTop(qMin(rect.top() + way.y(), rect.bottom()));
+    if (m_edges & Qt::BottomEdge)
+        rect.setBottom(qMax(rect.bottom() + way.y(), rect.top()));
+    return rect;
+}
+
+bool LayerDrag::takeFirst()
+{
+    return std::exchange(m_isFirst, false);
+}
+
+} // namespace Morvek::Tools

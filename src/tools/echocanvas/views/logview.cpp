@@ -1,0 +1,187 @@
+#include "logview.h"
+
+#include "statelook.h"
+
+#include <QComboBox>
+#include <QDateTime>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QScrollBar>
+#include <QTableView>
+#include <QVBoxLayout>
+
+namespace Morvek::Tools {
+
+namespace {
+
+enum eColumn { Time, Level, Text, Place, ColumnCount };
+
+int severityOf(QtMsgType eType)
+{
+    if (eType == QtDebugMsg)
+        return 0;
+    return eType == QtInfoMsg ? 1 : 2;
+}
+
+QString levelText(QtMsgType eType)
+{
+    switch (eType) {
+    case QtDebugMsg:
+        return QStringLiteral("debug");
+    case QtInfoMsg:
+        return QStringLiteral("info");
+    case QtWarningMsg:
+        return QStringLiteral("▲ warning");
+    case QtCriticalMsg:
+        return QStringLiteral("▲ error");
+    case QtFatalMsg:
+        break;
+    }
+    return QStringLiteral("▲ fatal");
+}
+
+QString textOf(const sLogEntry &entry, int nColumn)
+{
+    switch (nColumn) {
+    case Time:
+        return QDateTime::fromMSecsSinceEpoch(entry.m_nTimeMs)
+            .toString(QStringLiteral("hh:mm:ss.zzz"));
+    case Level:
+        return levelText(entry.m_eType);
+    case Text:
+        return entry.m_strText;
+    default:
+        return entry.place();
+    }
+}
+
+} // namespace
+
+LogModel::LogModel(const LogCollector &log, QObject *pParent)
+    : QAbstractTableModel(pParent)
+    , m_log(log)
+{}
+
+void LogModel::setSeverity(int nSeverity)
+{
+    beginResetModel();
+    m_nSeverity = nSeverity;
+    m_entries.clear();
+    m_nRead = 0;
+    endResetModel();
+    refresh();
+}
+
+void LogModel::refresh()
+{
+    QList<sLogEntry> wanted;
+    const QList<sLogEntry> entries = m_log.entriesAfter(m_nRead);
+    for (const sLogEntry &entry : entries) {
+        m_nRead = entry.m_nNumber;
+        if (severityOf(entry.m_eType) >= m_nSeverity)
+            wanted.append(entry);
+    }
+    wanted = wanted.mid(qMax(0, wanted.size() - MaxRows));
+    if (wanted.isEmpty())
+        return;
+    beginInsertRows(QModelIndex(), m_entries.size(), m_entries.size() + wanted.size() - 1);
+    m_entries += wanted;
+    endInsertRows();
+    dropOldest();
+}
+
+void LogModel::dropOldest()
+{
+    const int nSurplus = m_entries.size() - MaxRows;
+    if (nSurplus <= 0)
+        return;
+    beginRemoveRows(QModelIndex(), 0, nSurplus - 1);
+    m_entries = m_entries.mid(nSurplus);
+    endRemoveRows();
+}
+
+int LogModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : m_entries.size();
+}
+
+int LogModel::columnCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(ColumnCount);
+}
+
+QVariant LogModel::data(const QModelIndex &index, int nRole) const
+{
+    if (!index.isValid() || index.row() >= m_entries.size())
+        return QVariant();
+    const sLogEntry &entry = m_entries[index.row()];
+    const bool isWarning = severityOf(entry.m_eType) >= 2;
+    if (nRole == Qt::DisplayRole)
+        return textOf(entry, index.column());
+    if (nRole == Qt::ToolTipRole)
+        return entry.m_strText + QLatin1Char('\n') + entry.m_strFunction;
+    if (nRole == Qt::ForegroundRole && isWarning)
+        return lookOf(eInputState::NoSignal, QGuiApplication::palette()).m_color;
+    return QVariant();
+}
+
+QVariant LogModel::headerData(int nSection, Qt::Orientation orientation, int nRole) const
+{
+    if (orientation != Qt::Horizontal || nRole != Qt::DisplayRole)
+        return QVariant();
+    static const QStringList Titles{QStringLiteral("Time"), QStringLiteral("Level"),
+                                    QStringLiteral("Message"), QStringLiteral("Source line")};
+    return Titles.value(nSection);
+}
+
+LogView::LogView(const LogCollector &log, QWidget *pParent)
+    : QWidget(pParent)
+    , m_model(log)
+    , m_pTable(new QTableView)
+{
+    auto *const pLevel = new QComboBox;
+    pLevel->addItems({QStringLiteral("Everything"), QStringLiteral("Information and warnings"),
+                      QStringLiteral("Warnings only")});
+    pLevel->setAccessibleName(QStringLiteral("Messages that are shown"));
+    auto *const pCaption = new QLabel(QStringLiteral("&Show:"));
+    pCaption->setBuddy(pLevel);
+    auto *const pBar = new QHBoxLayout;
+    pBar->addWidget(pCaption);
+    pBar->addWidget(pLevel);
+    pBar->addStretch();
+    auto *const pLayout = new QVBoxLayout(this);
+    pLayout->setContentsMargins(4, 2, 4, 2);
+    pLayout->addLayout(pBar);
+    pLayout->addWidget(m_pTable);
+
+    m_pTable->setModel(&m_model);
+    m_pTable->setAccessibleName(QStringLiteral("Messages"));
+    m_pTable->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_pTable->setTabKeyNavigation(false);
+    m_pTable->setWordWrap(false);
+    m_pTable->verticalHeader()->hide();
+    m_pTable->verticalHeader()->setDefaultSectionSize(fontMetrics().lineSpacing() + 4);
+    const int nDigit = fontMetrics().horizontalAdvance(QLatin1Char('0'));
+    m_pTable->setColumnWidth(Time, 15 * nDigit);
+    m_pTable->setColumnWidth(Level, 13 * nDigit);
+    m_pTable->setColumnWidth(Place, 40 * nDigit);
+    m_pTable->horizontalHeader()->setSectionResizeMode(Text, QHeaderView::Stretch);
+    connect(pLevel, qOverload<int>(&QComboBox::currentIndexChanged), this,
+            [this](int nLevel) { m_model.setSeverity(nLevel); });
+    connect(&log, &LogCollector::arrived, this, &LogView::refresh);
+    refresh();
+}
+
+void LogView::refresh()
+{
+    const QScrollBar *const pBar = m_pTable->verticalScrollBar();
+    // Who has scrolled up wants to read.
+    const bool isAtEnd = pBar->value() >= pBar->maximum();
+    m_model.refresh();
+    if (isAtEnd)
+        m_pTable->scrollToBottom();
+}
+
+} // namespace Morvek::Tools

@@ -1,0 +1,245 @@
+#include "mainwindow.h"
+
+#include "canvaspainter.h"
+#include "canvaspane.h"
+#include "canvasview.h"
+#include "scenefiles.h"
+#include "sessioncontrols.h"
+#include "snapshots.h"
+
+#include <QAction>
+#include <QDockWidget>
+#include <QFileInfo>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QStatusBar>
+#include <QToolBar>
+
+namespace Morvek::Tools {
+
+namespace {
+
+constexpr int ToldMs = 8000;
+constexpr QSize NewLayerSize(480, 270);
+constexpr QPoint CopyOffset(40, 40);
+
+} // namespace
+
+void MainWindow::buildMenus()
+{
+    QMenu *const pFile = menuBar()->addMenu(QStringLiteral("&File"));
+    m_pFiles = new SceneFiles(m_host, m_settings, *pFile, *m_pBanner, *this);
+    pFile->addSeparator();
+    buildSnapshotMenu(*pFile->addMenu(QStringLiteral("S&napshot")));
+    pFile->addSeparator();
+    pFile->addAction(QStringLiteral("&Quit"), this, &QWidget::close, QKeySequence::Quit);
+    buildEditMenu(*menuBar()->addMenu(QStringLiteral("&Edit")));
+    QMenu *const pView = menuBar()->addMenu(QStringLiteral("&View"));
+    m_pCanvas->addActions(*pView);
+    pView->addSeparator();
+    const auto nextScreen = [this](int nStep) {
+        const int nScreens = m_host.document().scene().m_screens.size();
+        select((m_nScreen + nStep + nScreens) % nScreens, std::nullopt);
+    };
+    pView->addAction(
+        QStringLiteral("&Next screen"), this, [nextScreen] { nextScreen(1); },
+        QKeySequence(Qt::CTRL | Qt::Key_PageDown));
+    pView->addAction(
+        QStringLiteral("&Previous screen"), this, [nextScreen] { nextScreen(-1); },
+        QKeySequence(Qt::CTRL | Qt::Key_PageUp));
+    pView->addSeparator();
+    const QList<QDockWidget *> docks = findChildren<QDockWidget *>();
+    int nKey = Qt::Key_1;
+    for (QDockWidget *const pDock : docks) {
+        QAction *const pToggle = pDock->toggleViewAction();
+        pToggle->setShortcut(QKeySequence(Qt::ALT | Qt::Key(nKey++)));
+        pView->addAction(pToggle);
+    }
+    auto *const pBar = new QToolBar(QStringLiteral("Device"));
+    pBar->setObjectName(QStringLiteral("deviceBar"));
+    addToolBar(pBar);
+    new SessionControls(m_host, *menuBar()->addMenu(QStringLiteral("&Device")), *pBar);
+    QMenu *const pHelp = menuBar()->addMenu(QStringLiteral("&Help"));
+    pHelp->addAction(QStringLiteral("&Keyboard"), this, &MainWindow::showShortcuts,
+                     QKeySequence::HelpContents);
+}
+
+void MainWindow::buildEditMenu(QMenu &menu)
+{
+    SceneDocument &document = m_host.document();
+    QAction *const pUndo = document.undoStack().createUndoAction(this);
+    pUndo->setShortcut(QKeySequence::Undo);
+    QAction *const pRedo = document.undoStack().createRedoAction(this);
+    pRedo->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z));
+    menu.addActions({pUndo, pRedo});
+    menu.addSeparator();
+    m_pAddLayer = menu.addAction(QStringLiteral("&Add a layer"), this, &MainWindow::addLayer,
+                                 QKeySequence(Qt::CTRL | Qt::Key_L));
+    m_layerActions.append(menu.addAction(QStringLiteral("&Duplicate the layer"), this,
+                                         &MainWindow::duplicateLayer,
+                                         QKeySequence(Qt::CTRL | Qt::Key_D)));
+    m_layerActions.append(menu.addAction(
+        QStringLiteral("&Raise the layer"), this,
+        [this] { m_host.document().restackLayer(*m_selected, 1); },
+        QKeySequence(Qt::CTRL | Qt::Key_BracketRight)));
+    m_layerActions.append(menu.addAction(
+        QStringLiteral("&Lower the layer"), this,
+        [this] { m_host.document().restackLayer(*m_selected, -1); },
+        QKeySequence(Qt::CTRL | Qt::Key_BracketLeft)));
+    m_pRemoveLayer = menu.addAction(
+        QStringLiteral("Re&move the layer"), this,
+        [this] { m_host.document().removeLayer(*m_selected); }, QKeySequence::Delete);
+    m_pRemoveScreen = menu.addAction(
+        QStringLiteral("Remove the &screen"), this,
+        [this] { m_host.document().removeScreen(m_nScreen); },
+        QKeySequence(Qt::SHIFT | Qt::Key_Delete));
+}
+
+void MainWindow::refreshEditActions()
+{
+    for (QAction *const pAction : qAsConst(m_layerActions))
+        pAction->setEnabled(m_selected.has_value());
+    m_pAddLayer->setEnabled(m_host.document().canAddLayer(m_nScreen));
+    m_pRemoveLayer->setEnabled(m_selected && m_host.document().canRemoveLayer(*m_selected));
+    m_pRemoveScreen->setEnabled(m_host.document().canRemoveScreen());
+}
+
+void MainWindow::addLayer()
+{
+    const sSceneScreen &screen = m_host.document().scene().m_screens[m_nScreen];
+    sSceneLayer layer;
+    layer.m_strName = QStringLiteral("Layer %1").arg(screen.m_layers.size() + 1);
+    layer.m_position = QPoint((screen.m_size.width() - NewLayerSize.width()) / 2,
+                              (screen.m_size.height() - NewLayerSize.height()) / 2);
+    layer.m_config.m_LayerItem.m_boundingRect = QRectF(QPointF(0, 0), QSizeF(NewLayerSize));
+    auto &source = layer.m_config.m_LayerSource;
+    source.m_eLayerSourceType = EchoVideo::sLayerSource::Input;
+    source.m_nLayerSourceKeyNo = 0;
+    source.m_sizeLayerSource = QSize(1920, 1080);
+    select(m_nScreen, m_host.document().addLayer(m_nScreen, layer));
+}
+
+void MainWindow::duplicateLayer()
+{
+    const sSceneLayer *const pLayer = m_host.document().layer(*m_selected);
+    if (!pLayer || !m_host.document().canAddLayer(m_nScreen))
+        return;
+    sSceneLayer layer = *pLayer;
+    layer.m_strName += QStringLiteral(" (copy)");
+    layer.m_position += CopyOffset;
+    select(m_nScreen, m_host.document().addLayer(m_nScreen, layer));
+}
+
+void MainWindow::buildSnapshotMenu(QMenu &menu)
+{
+    m_layerActions.append(menu.addAction(
+        QStringLiteral("Of the &layer"), this,
+        [this] {
+            const sSceneLayer *const pLayer = m_host.document().layer(*m_selected);
+            if (pLayer)
+                snapshot(QStringLiteral("layer ") + pLayer->m_strName,
+                         m_host.session().preview(*m_selected));
+        },
+        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_L)));
+    m_layerActions.append(menu.addAction(
+        QStringLiteral("Of the layer's &input"), this,
+        [this] {
+            const sSceneLayer *const pLayer = m_host.document().layer(*m_selected);
+            if (!pLayer || !pLayer->hasSource())
+                return;
+            QImage picture;
+            m_host.session().inputPicture(pLayer->input(), picture);
+            snapshot(QStringLiteral("input %1").arg(pLayer->input()), picture);
+        },
+        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_I)));
+    menu.addAction(
+        QStringLiteral("Of the &canvas"), this,
+        [this] {
+            snapshot(m_host.document().scene().m_screens[m_nScreen].m_strName, canvasPicture());
+        },
+        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_C));
+    menu.addAction(
+        QStringLiteral("Of the &window"), this,
+        [this] { snapshot(QStringLiteral("window"), grab().toImage()); },
+        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_W));
+}
+
+/** In the canvas's own pixels, at whatever zoom it is shown. */
+QImage MainWindow::canvasPicture() const
+{
+    const sSceneScreen &screen = m_host.document().scene().m_screens[m_nScreen];
+    QList<QImage> previews;
+    for (const sSceneLayer &layer : screen.m_layers)
+        previews.append(m_host.session().preview(layer.m_config.m_LayerIdentifies));
+    return paintedCanvas(screen, previews);
+}
+
+void MainWindow::snapshot(const QString &strName, const QImage &picture)
+{
+    const sSnapshot snapshot = writeSnapshot(m_strSnapshotFolder, strName, picture);
+    statusBar()->showMessage(snapshot.m_strFile.isEmpty()
+                                 ? QStringLiteral("No snapshot: ") + snapshot.m_strError
+                                 : QStringLiteral("Snapshot: ") + snapshot.m_strFile,
+                             ToldMs);
+}
+
+void MainWindow::showInputMenu(int nInput, const QPoint &globalPlace)
+{
+    BizModel::Input &input = m_host.session().input(nInput);
+    auto *const pMenu = new QMenu(this);
+    pMenu->setAttribute(Qt::WA_DeleteOnClose);
+    pMenu->addSection(QStringLiteral("Input %1").arg(nInput));
+    QAction *const pUse =
+        pMenu->addAction(QStringLiteral("&Show in the selected layer"), this, [this, nInput] {
+            const sSceneLayer *const pLayer =
+                m_selected ? m_host.document().layer(*m_selected) : nullptr;
+            if (!pLayer)
+                return;
+            sSceneLayer layer = *pLayer;
+            layer.m_config.m_LayerSource.m_eLayerSourceType = EchoVideo::sLayerSource::Input;
+            layer.m_config.m_LayerSource.m_nLayerSourceKeyNo = quint32(nInput);
+            m_host.document().editLayer(layer, eLayerPart::Source);
+        });
+    pUse->setEnabled(m_selected.has_value());
+    pMenu->addAction(QStringLiteral("Snap&shot"), this, [this, nInput] {
+        QImage picture;
+        m_host.session().inputPicture(nInput, picture);
+        snapshot(QStringLiteral("input %1").arg(nInput), picture);
+    });
+    pMenu->addSection(QStringLiteral("What the device model says"));
+    QAction *const pActive = pMenu->addAction(QStringLiteral("&Connected"));
+    pActive->setCheckable(true);
+    pActive->setChecked(input.isActive());
+    connect(pActive, &QAction::toggled, this, [&input](bool isOn) { input.setActive(isOn); });
+    QAction *const pOverload = pMenu->addAction(QStringLiteral("&Overloaded"));
+    pOverload->setCheckable(true);
+    pOverload->setChecked(input.isOverLoad());
+    connect(pOverload, &QAction::toggled, this, [&input](bool isOn) { input.setOverLoad(isOn); });
+    pMenu->popup(globalPlace);
+}
+
+void MainWindow::showShortcuts()
+{
+    QStringList rows;
+    const QList<QAction *> actions = findChildren<QAction *>();
+    for (const QAction *const pAction : actions) {
+        if (pAction->shortcut().isEmpty())
+            continue;
+        rows.append(QStringLiteral("<tr><td>%1&nbsp;&nbsp;</td><td>%2</td></tr>")
+                        .arg(pAction->shortcut().toString(QKeySequence::NativeText).toHtmlEscaped(),
+                             pAction->text().remove(QLatin1Char('&')).toHtmlEscaped()));
+    }
+    const QString strCanvas = QStringLiteral(
+        "<p><b>On the canvas:</b> arrow keys move the selected layer by 1 pixel, with Ctrl by 10, "
+        "with Shift they resize it. Page Up and Page Down select another layer, Escape ends a drag "
+        "or the selection. Ctrl and the wheel zoom.</p>"
+        "<p><b>On an input:</b> Enter opens its menu.</p>");
+    auto *const pBox =
+        new QMessageBox(QMessageBox::NoIcon, QStringLiteral("Keyboard"),
+                        QStringLiteral("<table>%1</table>").arg(rows.join(QString())) + strCanvas,
+                        QMessageBox::Ok, this);
+    pBox->setAttribute(Qt::WA_DeleteOnClose);
+    pBox->open();
+}
+
+} // namespace Morvek::Tools

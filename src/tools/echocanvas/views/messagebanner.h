@@ -1,0 +1,45 @@
+#ifndef MORVEK_ECHOCANVAS_MESSAGEBANNER_H
+#define MORVEK_ECHOCANVAS_MESSAGEBANNER_H
+
+#include <QFrame>
+#include <QStringList>
+
+class QLabel;
+class QPushButton;
+
+namespace Morvek::Tools {
+
+/** A message above the canvas that stays until it is dealt with; hidden while there is none. */
+class MessageBanner : public QFrame
+{
+    Q_OBJECT
+
+public:
+    explicit MessageBanner(QWidget *pParent = nullptr);
+
+    /**
+     * Shows a message.
+     *
+     * @param strTitle   in bold
+     * @param lines      the details
+     * @param strAction  what a button says that emits accepted(); empty for none
+     */
+    void tell(const QString &strTitle, const QStringList &lines, const QString &strAction);
+    /** Shows a message that nobody can dismiss, on the screen before this returns. */
+    void tellAtOnce(const QString &strTitle);
+    QString text() const;
+
+Q_SIGNALS:
+    void accepted();
+
+private:
+    void adaptColors();
+
+    QLabel *m_pText;
+    QPushButton *m_pAction;
+    QPushButton *m_pDismiss;
+};
+
+} // namespace Morvek::Tools
+
+#endif // MORVEK_ECHOCANVAS_MESSAGEBANNER_H
