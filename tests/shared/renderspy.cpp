@@ -5,16 +5,17 @@
 
 using Morvek::EchoVideo::LayerVideoManager;
 using Morvek::EchoVideo::sLayerVideoConfig;
+using Morvek::EchoVideo::Internal::PreviewMemory;
 
 // The linker's names: what --wrap calls in the place of the operation, and the operation itself.
 #define RENDER_SYMBOL(prefix) \
-    prefix##_ZNK6Morvek9EchoVideo17LayerVideoManager23asyncVideoPrerenderTaskERKNS0_17sLayerVideoConfigER6QImageS6_
+    prefix##_ZNK6Morvek9EchoVideo17LayerVideoManager23asyncVideoPrerenderTaskERKNS0_17sLayerVideoConfigER6QImageS6_PNS0_8Internal13PreviewMemoryE
 
 extern "C" {
 void RENDER_SYMBOL(__real_)(const LayerVideoManager *pManager, const sLayerVideoConfig &layerCfg,
-                            QImage &canvas, QImage &inputFrame);
+                            QImage &canvas, QImage &inputFrame, PreviewMemory *pMemory);
 void RENDER_SYMBOL(__wrap_)(const LayerVideoManager *pManager, const sLayerVideoConfig &layerCfg,
-                            QImage &canvas, QImage &inputFrame);
+                            QImage &canvas, QImage &inputFrame, PreviewMemory *pMemory);
 }
 
 namespace Morvek::Tests {
@@ -46,7 +47,7 @@ void RenderSpy::clear()
 } // namespace Morvek::Tests
 
 void RENDER_SYMBOL(__wrap_)(const LayerVideoManager *pManager, const sLayerVideoConfig &layerCfg,
-                            QImage &canvas, QImage &inputFrame)
+                            QImage &canvas, QImage &inputFrame, PreviewMemory *pMemory)
 {
     using namespace Morvek::Tests;
     sRender render;
@@ -54,7 +55,7 @@ void RENDER_SYMBOL(__wrap_)(const LayerVideoManager *pManager, const sLayerVideo
     render.m_time = QDateTime::currentDateTime();
     render.m_isCanvasFree = canvas.isNull() || canvas.isDetached();
     render.m_pBitsBefore = canvas.constBits();
-    RENDER_SYMBOL(__real_)(pManager, layerCfg, canvas, inputFrame);
+    RENDER_SYMBOL(__real_)(pManager, layerCfg, canvas, inputFrame, pMemory);
     render.m_pBitsAfter = canvas.constBits();
     QMutexLocker locker(&mtxRenders);
     allRenders.append(render);

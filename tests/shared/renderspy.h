@@ -21,7 +21,7 @@ struct sRender
 };
 
 /**
- * Notes every call of LayerVideoManager::asyncVideoPrerenderTask() from other source files, and
+ * Notes every preview that a render thread asks LayerVideoManager::asyncVideoPrerenderTask() for, and
  * passes it on. The linker puts it in between: link morvek_render_spy.
  */
 class RenderSpy

@@ -15,6 +15,19 @@ namespace Morvek::EchoVideo {
 using Internal::LayerVideoPrerenderTask;
 using Morvek::BizModel::DeviceList;
 
+namespace {
+
+// Made once for as many layers of one size as follow each other; who draws into it gets a copy.
+QImage blackPicture(const QSize &size)
+{
+    static thread_local QImage picture;
+    if (picture.size() != size)
+        picture = Internal::filledPicture(size, Internal::NoSignalVideo);
+    return picture;
+}
+
+} // namespace
+
 std::optional<QPixmap> LayerVideoManager::m_frozenIcon;
 
 LayerVideoManager::LayerVideoManager(ReadInputVideoFrameCallback cbReadInputVideoFrame,
@@ -102,21 +115,22 @@ void LayerVideoManager::slotActivedDeviceChanged()
 
 // Renders one layer and queues its delivery. @thread render
 void LayerVideoManager::renderLayer(const sLayerVideoConfig &layerVideoCfg,
-                                    QImage &layerVideoCanvas, QImage &inputVideoFrame)
+                                    QImage &layerVideoCanvas, QImage &inputVideoFrame,
+                                    Internal::PreviewMemory &memory)
 {
     if (!inputVideoFrame.isNull())
-        inputVideoFrame = Internal::filledPicture(Internal::layerSize(layerVideoCfg.m_LayerItem),
-                                                  Internal::NoSignalVideo);
+        inputVideoFrame = blackPicture(Internal::layerSize(layerVideoCfg.m_LayerItem));
     // The last preview is still held by whoever it was delivered to: filling the same picture again
     // would first copy what is about to be overwritten.
     if (!layerVideoCanvas.isDetached())
         layerVideoCanvas = QImage();
-    asyncVideoPrerenderTask(layerVideoCfg, layerVideoCanvas, inputVideoFrame);
+    asyncVideoPrerenderTask(layerVideoCfg, layerVideoCanvas, inputVideoFrame, &memory);
 }
 
 // Every layer once more, due or not, in store order. @thread render, which holds its m_mtxFPS
 void LayerVideoManager::refreshAllLayerForNoSignal(QImage &layerVideoCanvas,
-                                                   QImage &inputVideoFrame)
+                                                   QImage &inputVideoFrame,
+                                                   Internal::PreviewMemory &memory)
 {
     sLayerVideoConfig layerVideoCfg;
     int nLayers = 0;
@@ -134,7 +148,7 @@ void LayerVideoManager::refreshAllLayerForNoSignal(QImage &layerVideoCanvas,
         layerVideoCfg.m_isRendering = true;
         layerVideoCfg.m_isHasVideoSignal = m_isHaveInputVideoSignal;
         layerVideoCfg.m_lastUpdateDateTime = QDateTime::currentDateTime();
-        renderLayer(layerVideoCfg, layerVideoCanvas, inputVideoFrame);
+        renderLayer(layerVideoCfg, layerVideoCanvas, inputVideoFrame, memory);
     }
 }
 

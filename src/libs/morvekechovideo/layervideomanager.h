@@ -27,7 +27,7 @@ namespace Morvek::EchoVideo {
 
 namespace Internal {
 class LayerVideoPrerenderTask;
-enum class ePictureUse;
+class PreviewMemory;
 } // namespace Internal
 
 /**
@@ -52,7 +52,9 @@ public:
      * Arguments: the active device (empty when there is none), the layer's source, the wanted size
      * in pixels (a hint), and the picture to fill. The picture arrives black in the wanted size, or
      * null at a thread's first render; what the callback leaves in it is drawn. The result tells
-     * whether there was a picture; the preview does not depend on it.
+     * whether there was a picture; the preview does not depend on it. A picture with the
+     * QImage::cacheKey() of the last time has the pixels of the last time: pixels in memory of the
+     * host's own, which Qt does not see change, come in a new QImage each time.
      *
      * @thread render; several render threads may call at once. The callback must not wait for the
      * manager's thread: the destructor waits there for a callback to return. It must not throw.
@@ -214,10 +216,13 @@ private:
 
     void createConnect();
     void videoPrerender(const sLayerVideoConfig &layerVideoCfg, QImage &layerVideoCanvas,
-                        QImage &inputVideoFrame, Internal::ePictureUse pictureUse) const;
-    void refreshAllLayerForNoSignal(QImage &layerVideoCanvas, QImage &inputVideoFrame);
+                        QImage &inputVideoFrame, Internal::PreviewMemory *pMemory) const;
+    void asyncVideoPrerenderTask(const sLayerVideoConfig &layerVideoCfg, QImage &layerVideoCanvas,
+                                 QImage &inputVideoFrame, Internal::PreviewMemory *pMemory) const;
+    void refreshAllLayerForNoSignal(QImage &layerVideoCanvas, QImage &inputVideoFrame,
+                                    Internal::PreviewMemory &memory);
     void renderLayer(const sLayerVideoConfig &layerVideoCfg, QImage &layerVideoCanvas,
-                     QImage &inputVideoFrame);
+                     QImage &inputVideoFrame, Internal::PreviewMemory &memory);
     void removeLayerVideos(const QList<sLayerUniqueIdentifies> &layerIdentifis);
 
     const ReadInputVideoFrameCallback m_cbReadInputVideoFrame;

@@ -6,7 +6,7 @@
 #include "layersize_p.h"
 #include "outofmemory_p.h"
 #include "pictureguard_p.h"
-#include "pictureuse_p.h"
+#include "previewmemory_p.h"
 #include "quickdrawing/layerpainter_p.h"
 #include "quickdrawing/plaindrawing_p.h"
 
@@ -161,12 +161,14 @@ bool drawAtOnce(const LayerVideoManager &manager, const sLayerVideoConfig &layer
 void LayerVideoManager::videoPrerender(const sLayerVideoConfig &layerVideoCfg,
                                        QImage &layerVideoCanvas, QImage &inputVideoFrame) const
 {
-    videoPrerender(layerVideoCfg, layerVideoCanvas, inputVideoFrame, Internal::ePictureUse::Kept);
+    videoPrerender(layerVideoCfg, layerVideoCanvas, inputVideoFrame, nullptr);
 }
 
+// With a memory the preview may be the one that the record holds already, and nobody looks at
+// inputVideoFrame afterwards; without one it is left with the layer's effects and crop applied.
 void LayerVideoManager::videoPrerender(const sLayerVideoConfig &layerVideoCfg,
                                        QImage &layerVideoCanvas, QImage &inputVideoFrame,
-                                       Internal::ePictureUse pictureUse) const
+                                       Internal::PreviewMemory *pMemory) const
 {
     const QSize size = Internal::layerSize(layerVideoCfg.m_LayerItem);
     if (layerVideoCanvas.isNull() || layerVideoCanvas.size() != size)
@@ -179,10 +181,19 @@ void LayerVideoManager::videoPrerender(const sLayerVideoConfig &layerVideoCfg,
     }
 
     inputVideoFramePixmap(layerVideoCfg, inputVideoFrame);
-    if (pictureUse == Internal::ePictureUse::Once
-        && drawAtOnce(*this, layerVideoCfg, layerVideoCanvas, inputVideoFrame,
-                      Internal::ePictureState::Raw))
-        return;
+    if (pMemory) {
+        const auto making = Internal::previewMaking(layerVideoCfg, inputVideoFrame);
+        if (making && !Internal::g_isPlainDrawing && pMemory->hasPreview(layerVideoCfg, *making)) {
+            layerVideoCanvas = layerVideoCfg.m_LayerVideoCanvas;
+            return;
+        }
+        if (drawAtOnce(*this, layerVideoCfg, layerVideoCanvas, inputVideoFrame,
+                       Internal::ePictureState::Raw)) {
+            if (making)
+                pMemory->remember(layerVideoCfg.m_LayerIdentifies, *making, layerVideoCanvas);
+            return;
+        }
+    }
     processPicture(inputVideoFrame, layerVideoCfg);
     if (drawAtOnce(*this, layerVideoCfg, layerVideoCanvas, inputVideoFrame,
                    Internal::ePictureState::Processed))
@@ -194,8 +205,15 @@ void LayerVideoManager::asyncVideoPrerenderTask(const sLayerVideoConfig &layerVi
                                                 QImage &layerVideoCanvas,
                                                 QImage &inputVideoFrame) const
 {
+    asyncVideoPrerenderTask(layerVideoCfg, layerVideoCanvas, inputVideoFrame, nullptr);
+}
+
+void LayerVideoManager::asyncVideoPrerenderTask(const sLayerVideoConfig &layerVideoCfg,
+                                                QImage &layerVideoCanvas, QImage &inputVideoFrame,
+                                                Internal::PreviewMemory *pMemory) const
+{
     const bool isRendered = Internal::survivesOutOfMemory(
-        [&] { videoPrerender(layerVideoCfg, layerVideoCanvas, inputVideoFrame); });
+        [&] { videoPrerender(layerVideoCfg, layerVideoCanvas, inputVideoFrame, pMemory); });
     // A null preview is delivered too: without it the layer would count as being rendered for ever.
     if (!isRendered)
         layerVideoCanvas = QImage();

@@ -73,7 +73,7 @@ void LayerVideoPrerenderTask::run()
         if (!m_pMgr->m_isAllowRender)
             pauseRefresh();
         else if (m_pMgr->getUnusedLayerVideoConfig(layerVideoCfg, fps()))
-            m_pMgr->renderLayer(layerVideoCfg, m_LayerVideoCanvas, m_InputVideoFrame);
+            m_pMgr->renderLayer(layerVideoCfg, m_LayerVideoCanvas, m_InputVideoFrame, m_memory);
         else
             waitForWork();
     }
@@ -109,7 +109,7 @@ void LayerVideoPrerenderTask::waitForWork()
     if (m_bStoped)
         return;
     if (isOffline) {
-        m_pMgr->refreshAllLayerForNoSignal(m_LayerVideoCanvas, m_InputVideoFrame);
+        m_pMgr->refreshAllLayerForNoSignal(m_LayerVideoCanvas, m_InputVideoFrame, m_memory);
         m_wcFPS.wait(&m_mtxFPS); // nothing to show until somebody changes something
     } else {
         m_wcFPS.wait(&m_mtxFPS, nInterval);

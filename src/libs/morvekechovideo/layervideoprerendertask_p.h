@@ -1,6 +1,8 @@
 #ifndef MORVEK_ECHOVIDEO_LAYERVIDEOPRERENDERTASK_P_H
 #define MORVEK_ECHOVIDEO_LAYERVIDEOPRERENDERTASK_P_H
 
+#include "previewmemory_p.h"
+
 #include <QImage>
 #include <QMutex>
 #include <QThread>
@@ -50,6 +52,7 @@ private:
     LayerVideoManager *const m_pMgr;
     QImage m_LayerVideoCanvas;         // render thread only
     QImage m_InputVideoFrame;          // render thread only
+    PreviewMemory m_memory;            // render thread only
     std::atomic_bool m_bStoped{false}; // set under m_mtxFPS, so that no wait misses it
     QMutex m_mtxFPS;                   // held for the waits, and for the offline pass
     QWaitCondition m_wcFPS;

@@ -7,6 +7,7 @@
 
 #include <layervideomanager.h>
 #include <layervideoprerendertask_p.h>
+#include <previewmemory_p.h>
 
 #include <QSet>
 #include <QSignalSpy>
@@ -122,12 +123,13 @@ void tst_LayerManagerCanvas::nextRenderUsesAnotherBufferBeforeDelivery()
     LayerVideoManager manager({});
     QImage canvas;
     QImage inputFrame;
+    Internal::PreviewMemory memory;
     sLayerVideoConfig layerCfg = makeLayer(1);
     layerCfg.m_LayerItem.m_layerColor = Qt::red;
-    manager.renderLayer(layerCfg, canvas, inputFrame);
+    manager.renderLayer(layerCfg, canvas, inputFrame, memory);
     layerCfg.m_LayerIdentifies = layerKey(2);
     layerCfg.m_LayerItem.m_layerColor = Qt::green;
-    manager.renderLayer(layerCfg, canvas, inputFrame);
+    manager.renderLayer(layerCfg, canvas, inputFrame, memory);
     QCoreApplication::processEvents();
 
     const QList<sRender> renders = RenderSpy::renders();
@@ -144,12 +146,13 @@ void tst_LayerManagerCanvas::canvasThatNobodyHoldsIsUsedAgain()
     LayerVideoManager manager({});
     QImage canvas;
     QImage inputFrame;
-    manager.renderLayer(makeLayer(1), canvas, inputFrame);
+    Internal::PreviewMemory memory;
+    manager.renderLayer(makeLayer(1), canvas, inputFrame, memory);
     QCoreApplication::processEvents();
     const uchar *const pBits = storedFrame(manager, 1).constBits();
     manager.clearLayerVideoConfig();
 
-    manager.renderLayer(makeLayer(2), canvas, inputFrame);
+    manager.renderLayer(makeLayer(2), canvas, inputFrame, memory);
     QCOMPARE(RenderSpy::renders().last().m_pBitsBefore, pBits);
     QCOMPARE(RenderSpy::renders().last().m_pBitsAfter, pBits);
 }

@@ -2,7 +2,7 @@
 
 #include "layerdice.h"
 #include "picturecompare.h"
-#include "pictureuse_p.h"
+#include "previewmemory_p.h"
 #include "quickdrawing/alphamaps_p.h"
 #include "quickdrawing/layerpainter_p.h"
 #include "quickdrawing/plaindrawing_p.h"
@@ -18,7 +18,6 @@
 
 using namespace Morvek::EchoVideo;
 using namespace Morvek::Tests;
-using Internal::ePictureUse;
 using Morvek::BizModel::Enum::Layer::BorderType;
 
 namespace {
@@ -127,7 +126,8 @@ QString tst_QuickDrawing::difference(const sLayerVideoConfig &cfg, const QImage 
         strDifference =
             QStringLiteral("processed picture: ") + pictureDifference(frame, plainFrame);
     if (strDifference.isEmpty()) {
-        manager.videoPrerender(cfg, canvas, frame, ePictureUse::Once);
+        Internal::PreviewMemory memory;
+        manager.videoPrerender(cfg, canvas, frame, &memory);
         strDifference = pictureDifference(canvas, plainCanvas);
     }
     if (strDifference.isEmpty())
