@@ -4,6 +4,7 @@
 #include "layersize_p.h"
 #include "layervideoprerendertask_p.h"
 #include "metatypes_p.h"
+#include "updatetimes_p.h"
 
 #include <QReadLocker>
 #include <QWriteLocker>
@@ -34,6 +35,7 @@ LayerVideoManager::LayerVideoManager(ReadInputVideoFrameCallback cbReadInputVide
                                      QObject *parent)
     : QObject(parent)
     , m_cbReadInputVideoFrame(std::move(cbReadInputVideoFrame))
+    , m_pUpdateTimes(std::make_unique<Internal::UpdateTimes>())
 {
     createConnect();
     Internal::registerMetaTypes();

@@ -2,13 +2,14 @@
 
 #include "layervideomanager.h"
 
+#include "updatetimes_p.h"
+
 #include <QDateTime>
 #include <QMutexLocker>
 #include <QReadLocker>
 #include <QWriteLocker>
 
 #include <algorithm>
-#include <limits>
 
 namespace Morvek::EchoVideo {
 
@@ -34,13 +35,6 @@ void removeLayer(QList<Record> &records, const sLayerUniqueIdentifies &layerIden
     const int index = indexOfLayer(records, layerIdentifis);
     if (index != -1)
         records.removeAt(index);
-}
-
-// Milliseconds between then and now, whichever is later; saturates after 24.8 days.
-int millisecondsSince(const QDateTime &then)
-{
-    const qint64 nDelta = std::abs(then.msecsTo(QDateTime::currentDateTime()));
-    return int(std::min<qint64>(nDelta, std::numeric_limits<int>::max()));
 }
 
 } // namespace
@@ -78,26 +72,27 @@ void LayerVideoManager::setLayerVideoConfig(sLayerVideoConfig &layerCfg)
 bool LayerVideoManager::getUnusedLayerVideoConfig(sLayerVideoConfig &layerVideoCfg, int nFps)
 {
     const int nInterval = nFps == 0 ? 0 : 1000 / nFps;
+    int index = -1;
     const auto isDue = [&](const sLayerVideoConfig &record) {
+        ++index;
         if (record.m_isRendering)
             return false;
         if (!record.m_isFirstRendered)
             return true;
-        if (millisecondsSince(record.m_lastUpdateDateTime) < nInterval)
+        if (m_pUpdateTimes->millisecondsSince(index, record.m_lastUpdateDateTime) < nInterval)
             return false;
         return m_isHaveInputVideoSignal || record.m_isHasVideoSignal;
     };
 
     QMutexLocker locker(&m_mtxLayerVideoConfigs);
-    const auto it = std::find_if(m_LayerVideoConfigs.cbegin(), m_LayerVideoConfigs.cend(), isDue);
-    if (it == m_LayerVideoConfigs.cend())
+    if (std::none_of(m_LayerVideoConfigs.cbegin(), m_LayerVideoConfigs.cend(), isDue))
         return false;
-    const int index = int(it - m_LayerVideoConfigs.cbegin());
     sLayerVideoConfig &record = m_LayerVideoConfigs[index];
     record.m_isRendering = true;
-    record.m_lastUpdateDateTime = QDateTime::currentDateTime();
+    record.m_lastUpdateDateTime = m_pUpdateTimes->now(index);
     layerVideoCfg = record;
     // To the end: every due layer is served before any is served twice.
+    m_pUpdateTimes->moveToEnd(index, m_LayerVideoConfigs.size());
     m_LayerVideoConfigs.move(index, m_LayerVideoConfigs.size() - 1);
     return true;
 }
@@ -184,7 +179,8 @@ void LayerVideoManager::refreshLayerVideo(sLayerUniqueIdentifies layerIdentifis,
         if (it != m_LayerVideoConfigs.rend()) {
             it->m_isRendering = false;
             it->m_isFirstRendered = true;
-            it->m_lastUpdateDateTime = QDateTime::currentDateTime();
+            const int index = int(m_LayerVideoConfigs.rend() - it) - 1;
+            it->m_lastUpdateDateTime = m_pUpdateTimes->now(index);
             it->m_LayerVideoCanvas = videoFrame;
         }
     }
