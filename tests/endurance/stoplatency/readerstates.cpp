@@ -34,7 +34,7 @@ class ServiceState : public StopState
 {
 public:
     explicit ServiceState(const std::shared_ptr<BizModel::Device> &pDevice)
-        : m_active(pDevice)
+        : m_pDevice(pDevice)
     {
         pDevice->deviceConfig().EchoVideoCfg.FPS = 1000 / FramePeriod;
         m_ticks = QObject::connect(
@@ -65,6 +65,9 @@ protected:
     {
         m_log.clear();
         m_nTicks = 0;
+        // Not before everything is in place that the reader's thread looks at.
+        if (!m_pActive)
+            m_pActive = std::make_unique<ActiveDevice>(m_pDevice);
         PixmapReader::instance()->restartRead();
     }
 
@@ -72,7 +75,8 @@ private:
     LogCapture m_log;
     std::atomic_int m_nTicks{0};
     QMetaObject::Connection m_ticks;
-    const ActiveDevice m_active;
+    const std::shared_ptr<BizModel::Device> m_pDevice;
+    std::unique_ptr<ActiveDevice> m_pActive;
 };
 
 class StreamingState : public ServiceState
