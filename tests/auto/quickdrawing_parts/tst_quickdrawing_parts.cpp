@@ -200,7 +200,6 @@ void tst_QuickDrawingParts::opaquePixelsAreRoundedAlikeEverywhere_data()
     QTest::newRow("alpha map") << int(sToneSteps::AlphaMapFade) << false;
     QTest::newRow("soft") << int(sToneSteps::SoftFade) << false;
     QTest::newRow("soft, masked") << int(sToneSteps::SoftFade) << true;
-    QTest::newRow("halo") << int(sToneSteps::HaloFade) << false;
 }
 
 // The quarters of a border begin and end anywhere in a row; the engine's groups of pixels, too.

@@ -69,7 +69,8 @@ sToneSteps toneSteps(const sLayerVideoConfig &cfg, bool isMarked)
     }
     steps.m_nLayerAlpha = cfg.m_LayerItem.m_layerColor.alpha();
     steps.m_isMasked = cfg.m_LayerMask.m_bMaskEnable;
-    steps.m_isOpacityDrawn = isBorderDrawn && !isMarked;
+    // A halo's two halves are rounded apart from each other, the opacity along whole rows.
+    steps.m_isOpacityDrawn = isBorderDrawn && !isMarked && steps.m_fade != sToneSteps::HaloFade;
     if (steps.m_isOpacityDrawn)
         steps.m_nOpacity = std::clamp(cfg.m_LayerItem.m_opacity, 0, 100);
     return steps;
@@ -78,7 +79,7 @@ sToneSteps toneSteps(const sLayerVideoConfig &cfg, bool isMarked)
 // The engine rounds the last columns differently, and mirroring moves them to the other side.
 bool areLastColumnsMirrored(const sLayerVideoConfig &cfg, const sToneSteps &steps, int nWidth)
 {
-    return isMirroredHori(cfg.m_LayerItem) && tableColumns(nWidth) != nWidth
+    return isMirroredHori(cfg.m_LayerItem) && nWidth % ToneTable::VectorPixels != 0
         && (steps.m_nLayerAlpha != 255 || steps.m_fade == sToneSteps::AlphaMapFade);
 }
 
@@ -145,6 +146,18 @@ void copyPixels(int nBytesOfPixel, const uchar *pFrom, const int *pColumns, int 
 QRgb *lineOf(uchar *pBits, int nBytesPerLine, int y)
 {
     return reinterpret_cast<QRgb *>(pBits + qptrdiff(nBytesPerLine) * y);
+}
+
+// The columns that the table does not answer for.
+bool drawUnevenColumns(const sToneSteps &steps, LayerFade &fade, const QRect &kept, QImage &canvas)
+{
+    if (steps.leavesPicture())
+        return true;
+    const sColumnShares shares = shareColumns(steps, canvas.width());
+    return std::all_of(shares.m_painter.begin(), shares.m_painter.end(),
+                       [&](const sColumnRange &columns) {
+                           return drawColumns(steps, fade, kept, columns, canvas);
+                       });
 }
 
 } // namespace
@@ -229,6 +242,38 @@ std::unique_ptr<LayerFade> LayerPainter::makeFade(const sLayerVideoConfig &layer
     return std::make_unique<NoLayerFade>(canvasSize.width());
 }
 
+// The picture, and what the table says of it; equal rows are drawn once.
+void LayerPainter::drawRows(const ToneTable &table, const QImage &picture,
+                            const sPixelChoice &choice, const QRect &kept, LayerFade &fade,
+                            QImage &canvas)
+{
+    const int nWidth = canvas.width();
+    const sColumnShares shares = shareColumns(table.steps(), nWidth);
+    const bool isToned = !table.steps().leavesPicture();
+    uchar *const pBits = canvas.bits();
+    const int nBytesPerLine = canvas.bytesPerLine();
+    int yLast = -1; // of the row that was drawn last
+    for (int y = 0; y < canvas.height(); ++y) {
+        QRgb *const pRow = lineOf(pBits, nBytesPerLine, y);
+        const int nPictureRow = choice.m_rows[size_t(y)];
+        if (y < kept.top() || y > kept.bottom()) {
+            std::fill(pRow, pRow + nWidth, 0U);
+            continue;
+        }
+        if (yLast != -1 && nPictureRow == choice.m_rows[size_t(yLast)] && fade.areAlike(y, yLast)) {
+            std::memcpy(pRow, lineOf(pBits, nBytesPerLine, yLast), size_t(nWidth) * BytesPerPixel);
+        } else {
+            rowOfPicture(picture, nPictureRow, choice.m_columns, choice.m_effects, pRow);
+            if (isToned) {
+                const uchar *const pAlphas = fade.row(y);
+                for (const sColumnRange &columns : shares.m_table)
+                    toneRow(table, fade, pAlphas, kept, columns, pRow);
+            }
+        }
+        yLast = y;
+    }
+}
+
 sDrawnLayer LayerPainter::draw(const sLayerVideoConfig &layerVideoCfg, bool isMarked,
                                QImage &canvas, const QImage &picture, ePictureState pictureState,
                                const AlphaMaps::Load &loadMap)
@@ -249,37 +294,19 @@ sDrawnLayer LayerPainter::draw(const sLayerVideoConfig &layerVideoCfg, bool isMa
     if (!table.isValid() || !ownCanvas(canvas))
         return {};
 
-    const int nTableColumns = tableColumns(size.width());
-    uchar *const pBits = canvas.bits();
-    const int nBytesPerLine = canvas.bytesPerLine();
-    int yLast = -1; // of the row that was drawn last
-    for (int y = 0; y < size.height(); ++y) {
-        QRgb *const pRow = lineOf(pBits, nBytesPerLine, y);
-        if (y < kept.top() || y > kept.bottom()) {
-            std::fill(pRow, pRow + size.width(), 0U);
-            continue;
-        }
-        if (yLast != -1 && choice.m_rows[size_t(y)] == choice.m_rows[size_t(yLast)]
-            && pFade->areAlike(y, yLast)) {
-            std::memcpy(pRow, lineOf(pBits, nBytesPerLine, yLast),
-                        size_t(size.width()) * BytesPerPixel);
-        } else {
-            rowOfPicture(picture, choice.m_rows[size_t(y)], choice.m_columns, choice.m_effects,
-                         pRow);
-            if (!steps.leavesPicture())
-                toneRow(table, *pFade, pFade->row(y), kept, nTableColumns, pRow);
-        }
-        yLast = y;
-    }
-    if (!drawLastColumns(steps, *pFade, kept, canvas))
+    drawRows(table, picture, choice, kept, *pFade, canvas);
+    if (!drawUnevenColumns(steps, *pFade, kept, canvas))
         return {};
 
+    const bool isHalo = steps.m_fade == sToneSteps::HaloFade;
     sDrawnLayer drawn;
     drawn.m_isPictureDrawn = true;
-    drawn.m_isFinished = steps.m_isOpacityDrawn;
     drawn.m_isBorderDrawn = steps.m_isOpacityDrawn || steps.m_fade != sToneSteps::NoFade;
-    drawn.m_isOpaque = steps.m_nLayerAlpha == 255 && !steps.m_isMasked
-                    && (steps.m_fade == sToneSteps::NoFade || steps.m_fade == sToneSteps::HaloFade);
+    drawn.m_isOpaque = steps.m_nLayerAlpha == 255 && kept.size() == size
+                    && (steps.m_fade == sToneSteps::NoFade || isHalo);
+    drawn.m_isFinished =
+        steps.m_isOpacityDrawn
+        || (isHalo && !isMarked && drawOpacity(layerVideoCfg.m_LayerItem.m_opacity, canvas));
     return drawn;
 }
 
@@ -297,10 +324,13 @@ bool LayerPainter::drawOpacity(int nOpacity, QImage &canvas)
         return false;
     NoLayerFade fade(canvas.width());
     uchar *const pBits = canvas.bits();
-    for (int y = 0; y < canvas.height(); ++y)
-        toneRow(table, fade, fade.row(y), canvas.rect(), tableColumns(canvas.width()),
-                lineOf(pBits, canvas.bytesPerLine(), y));
-    return drawLastColumns(steps, fade, canvas.rect(), canvas);
+    const sColumnShares shares = shareColumns(steps, canvas.width());
+    for (int y = 0; y < canvas.height(); ++y) {
+        for (const sColumnRange &columns : shares.m_table)
+            toneRow(table, fade, fade.row(y), canvas.rect(), columns,
+                    lineOf(pBits, canvas.bytesPerLine(), y));
+    }
+    return drawUnevenColumns(steps, fade, canvas.rect(), canvas);
 }
 
 bool LayerPainter::crop(const sLayerSource &source, QImage &picture)

@@ -79,6 +79,9 @@ private:
                                         const sToneSteps &steps, const QSize &canvasSize,
                                         const AlphaMaps::Load &loadMap);
 
+    static void drawRows(const ToneTable &table, const QImage &picture, const sPixelChoice &choice,
+                         const QRect &kept, LayerFade &fade, QImage &canvas);
+
     ScaleMaps m_scaleMaps;
     ToneTables m_toneTables;
     AlphaMaps m_alphaMaps;

@@ -54,61 +54,72 @@ void toneFading(const ToneTable &table, const uchar *pAlphas, int nBegin, int nE
     }
 }
 
-// The fade, or the mask, of the last columns, as the painter wants it.
+// The fade, or the mask, of some columns, as the painter wants it.
 template <typename PixelAt>
-QImage lastColumns(const QSize &size, int nFirst, PixelAt pixelAt)
+QImage pictureOf(const sColumnRange &columns, int nHeight, PixelAt pixelAt)
 {
-    QImage picture(size.width() - nFirst, size.height(), QImage::Format_ARGB32);
+    QImage picture(columns.m_nEnd - columns.m_nBegin, nHeight, QImage::Format_ARGB32);
     for (int y = 0; y < picture.height(); ++y) {
         QRgb *const pLine = reinterpret_cast<QRgb *>(picture.scanLine(y));
         for (int x = 0; x < picture.width(); ++x)
-            pLine[x] = pixelAt(nFirst + x, y);
+            pLine[x] = pixelAt(columns.m_nBegin + x, y);
     }
     return picture;
 }
 
 } // namespace
 
-void toneRow(const ToneTable &table, const LayerFade &fade, const uchar *pAlphas, const QRect &kept,
-             int nWidth, QRgb *pRow)
+sColumnShares shareColumns(const sToneSteps &steps, int nWidth)
 {
-    const int nBegin = kept.left();
-    const int nEnd = std::min(kept.left() + kept.width(), nWidth);
-    if (nBegin < nEnd) {
-        const int nSteadyBegin = std::clamp(fade.steadyBegin(), nBegin, nEnd);
-        const int nSteadyEnd = std::clamp(fade.steadyEnd(), nSteadyBegin, nEnd);
-        toneFading(table, pAlphas, nBegin, nSteadyBegin, pRow);
-        if (nSteadyBegin < nSteadyEnd)
-            toneSteady(table, pAlphas[nSteadyBegin], nSteadyBegin, nSteadyEnd, pRow);
-        toneFading(table, pAlphas, nSteadyEnd, nEnd, pRow);
+    const int nHalf = steps.m_fade == sToneSteps::HaloFade ? nWidth - nWidth / 2 : 0;
+    sColumnShares shares;
+    for (const sColumnRange &part : {sColumnRange{0, nHalf}, sColumnRange{nHalf, nWidth}}) {
+        const int nRest = (part.m_nEnd - part.m_nBegin) % ToneTable::VectorPixels;
+        if (part.m_nBegin < part.m_nEnd - nRest)
+            shares.m_table.push_back({part.m_nBegin, part.m_nEnd - nRest});
+        if (nRest > 0)
+            shares.m_painter.push_back({part.m_nEnd - nRest, part.m_nEnd});
     }
-    std::fill(pRow, pRow + std::min(nBegin, nWidth), 0U);
-    std::fill(pRow + std::max(nEnd, 0), pRow + nWidth, 0U);
+    return shares;
 }
 
-bool drawLastColumns(const sToneSteps &steps, LayerFade &fade, const QRect &kept, QImage &canvas)
+void toneRow(const ToneTable &table, const LayerFade &fade, const uchar *pAlphas, const QRect &kept,
+             const sColumnRange &columns, QRgb *pRow)
 {
-    const QSize size = canvas.size();
-    const int nFirst = tableColumns(size.width());
-    if (nFirst == size.width() || steps.leavesPicture())
-        return true;
-    QImage fadeColumns;
-    if (steps.m_fade != sToneSteps::NoFade) {
+    const int nBegin = std::clamp(kept.left(), columns.m_nBegin, columns.m_nEnd);
+    const int nEnd = std::clamp(kept.left() + kept.width(), nBegin, columns.m_nEnd);
+    const int nSteadyBegin = std::clamp(fade.steadyBegin(), nBegin, nEnd);
+    const int nSteadyEnd = std::clamp(fade.steadyEnd(), nSteadyBegin, nEnd);
+    std::fill(pRow + columns.m_nBegin, pRow + nBegin, 0U);
+    toneFading(table, pAlphas, nBegin, nSteadyBegin, pRow);
+    if (nSteadyBegin < nSteadyEnd)
+        toneSteady(table, pAlphas[nSteadyBegin], nSteadyBegin, nSteadyEnd, pRow);
+    toneFading(table, pAlphas, nSteadyEnd, nEnd, pRow);
+    std::fill(pRow + nEnd, pRow + columns.m_nEnd, 0U);
+}
+
+bool drawColumns(const sToneSteps &steps, LayerFade &fade, const QRect &kept,
+                 const sColumnRange &columns, QImage &canvas)
+{
+    const bool isFading = steps.m_fade != sToneSteps::NoFade;
+    QImage fadePicture;
+    if (isFading) {
         const QRgb color = steps.m_fadeColor.rgb() & RGB_MASK;
-        fadeColumns = lastColumns(size, nFirst,
-                                  [&](int x, int y) { return color | QRgb(fade.row(y)[x]) << 24; });
+        fadePicture = pictureOf(columns, canvas.height(),
+                                [&](int x, int y) { return color | QRgb(fade.row(y)[x]) << 24; });
     }
-    QImage maskColumns;
+    QImage maskPicture;
     if (steps.m_isMasked)
-        maskColumns = lastColumns(size, nFirst, [&](int x, int y) {
+        maskPicture = pictureOf(columns, canvas.height(), [&](int x, int y) {
             return kept.contains(x, y) ? qRgba(0, 0, 0, 255) : 0U;
         });
-    QImage columns(canvas.bits() + nFirst * BytesPerPixel, size.width() - nFirst, size.height(),
-                   canvas.bytesPerLine(), QImage::Format_ARGB32);
-    const bool isFadeMissing = steps.m_fade != sToneSteps::NoFade && fadeColumns.isNull();
-    if (columns.isNull() || isFadeMissing || (steps.m_isMasked && maskColumns.isNull()))
+    // The same pixels, as a canvas of their own.
+    QImage part(canvas.bits() + columns.m_nBegin * BytesPerPixel, columns.m_nEnd - columns.m_nBegin,
+                canvas.height(), canvas.bytesPerLine(), QImage::Format_ARGB32);
+    if (part.isNull() || (isFading && fadePicture.isNull())
+        || (steps.m_isMasked && maskPicture.isNull()))
         return false;
-    drawToneSteps(columns, steps, fadeColumns, maskColumns);
+    drawToneSteps(part, steps, fadePicture, maskPicture);
     return true;
 }
 
