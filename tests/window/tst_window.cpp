@@ -1,34 +1,44 @@
-#include "windowbench.h"
+#include "windowtest.h"
 
-#include <QtTest>
+#include <QComboBox>
+#include <QDockWidget>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QSpinBox>
 
 using namespace Morvek::Tests;
 using namespace Morvek::Tools;
 
-class tst_Window : public QObject
+namespace {
+
+/** A stop takes a second at most; the rest is for machines that are busy otherwise. */
+constexpr int StopBoundMs = 8000;
+
+QString tileState(WindowBench &bench, int nInput)
+{
+    return bench.window().wall().tile(nInput)->stateText();
+}
+
+} // namespace
+
+class tst_Window : public WindowTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
     void showsLiveLayersAndInputs();
-
-private:
-    std::unique_ptr<WarningTrap> m_pTrap;
+    void tellsWhichInputIsDeadAndWhy();
+    void tellsThatTheDeviceIsOffline();
+    void countsDownWhileTheLibraryBacksOff();
+    void readingIsPausedStoppedAndResumed();
+    void renderingIsStoppedAndStartedAgain();
+    void switchesToTheOtherDevice();
+    void switchesTheSourceAndBack();
+    void fpsReachesTheLibrary();
+    void everythingHasANameAndATip();
+    void keepsItsState();
+    void quitsWithinBoundsWhileTheDeviceIsOffline();
 };
-
-void tst_Window::init()
-{
-    m_pTrap = std::make_unique<WarningTrap>();
-}
-
-void tst_Window::cleanup()
-{
-    const QStringList warnings = m_pTrap->warnings();
-    m_pTrap.reset();
-    QCOMPARE(warnings, QStringList());
-}
 
 void tst_Window::showsLiveLayersAndInputs()
 {
@@ -36,13 +46,246 @@ void tst_Window::showsLiveLayersAndInputs()
     QVERIFY(bench.open());
     QVERIFY(bench.waitUntilLive());
     for (int nInput = 0; nInput < 16; ++nInput)
-        QTRY_VERIFY(
-            bench.window().wall().tile(nInput)->stateText().contains(QStringLiteral("live")));
+        QTRY_COMPARE_WITH_TIMEOUT(tileState(bench, nInput), QStringLiteral("● live"), Patience);
     QTRY_VERIFY_WITH_TIMEOUT(bench.host().monitor().series(eFigure::Pictures).values().size() >= 10,
                              Patience);
+    QVERIFY(*bench.host().monitor().series(eFigure::Pictures).last() > 0);
+    QVERIFY(bench.host().monitor().ageMs(0).value_or(-1) >= 0);
     bench.takeScreenshot(QStringLiteral("streaming"));
+    QElapsedTimer clock;
+    clock.start();
     QVERIFY(bench.window().close());
+    QVERIFY(clock.elapsed() < StopBoundMs);
+    QVERIFY(bench.window().banner().text().contains(QStringLiteral("Stopping")));
     QTRY_COMPARE_WITH_TIMEOUT(bench.device().clientCount(), 0, Patience);
+    QCOMPARE(bench.host().shortcomings(), QStringList());
+}
+
+void tst_Window::tellsWhichInputIsDeadAndWhy()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    QVERIFY(bench.waitUntilLive());
+    bench.device().darken({3});
+    bench.device().hang({6});
+    bench.host().session().input(9).setActive(false);
+    bench.host().session().input(12).setOverLoad(true);
+    QTRY_COMPARE_WITH_TIMEOUT(tileState(bench, 3), QStringLiteral("○ no signal"), Patience);
+    QTRY_COMPARE_WITH_TIMEOUT(tileState(bench, 6), QStringLiteral("◆ stale"), Patience);
+    QTRY_COMPARE_WITH_TIMEOUT(tileState(bench, 9), QStringLiteral("○ no signal"), Patience);
+    QTRY_COMPARE_WITH_TIMEOUT(tileState(bench, 12), QStringLiteral("▲ overloaded"), Patience);
+    QCOMPARE(tileState(bench, 0), QStringLiteral("● live"));
+    const InputWall &wall = bench.window().wall();
+    QVERIFY(wall.tile(3)->reasonText().contains(QStringLiteral("black")));
+    QVERIFY(wall.tile(6)->reasonText().contains(QStringLiteral("same picture")));
+    QVERIFY(wall.tile(9)->reasonText().contains(QStringLiteral("nothing is connected")));
+    QVERIFY(wall.tile(12)->reasonText().contains(QStringLiteral("more than it can show")));
+    QVERIFY(wall.summary().contains(QStringLiteral("input 3, 9")));
+    QVERIFY(wall.summary().contains(QStringLiteral("input 6")));
+    bench.takeScreenshot(QStringLiteral("dead-inputs"));
+
+    bench.device().hang({});
+    bench.device().darken({});
+    QTRY_COMPARE_WITH_TIMEOUT(tileState(bench, 3), QStringLiteral("● live"), Patience);
+    QTRY_COMPARE_WITH_TIMEOUT(tileState(bench, 6), QStringLiteral("● live"), Patience);
+}
+
+void tst_Window::tellsThatTheDeviceIsOffline()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    QVERIFY(bench.waitUntilLive());
+    bench.action(QStringLiteral("Device online")).trigger();
+    QCOMPARE(bench.deviceState(), eDeviceState::Offline);
+    const auto &state = bench.widget<QLabel>("deviceState");
+    QTRY_VERIFY(state.text().contains(QStringLiteral("offline")));
+    QTRY_COMPARE_WITH_TIMEOUT(tileState(bench, 5), QStringLiteral("○ no signal"), Patience);
+    // The last pass over the layers shows that they have nothing to show any more.
+    const LayerKey first = bench.key(0, 0);
+    QTRY_VERIFY_WITH_TIMEOUT(isBlack(bench.host().session().preview(first)), Patience);
+    bench.takeScreenshot(QStringLiteral("offline"));
+
+    bench.action(QStringLiteral("Device online")).trigger();
+    QVERIFY(bench.waitUntilLive());
+    QTRY_VERIFY_WITH_TIMEOUT(!isBlack(bench.host().session().preview(first)), Patience);
+}
+
+void tst_Window::countsDownWhileTheLibraryBacksOff()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    QVERIFY(bench.waitUntilLive());
+    bench.device().setSilent(true);
+    QTRY_COMPARE_WITH_TIMEOUT(bench.deviceState(), eDeviceState::BackingOff, Patience);
+    const int nLeft = bench.host().monitor().deviceStatus().m_nSecondsLeft;
+    QVERIFY(nLeft > 30 && nLeft <= 60);
+    QTRY_VERIFY_WITH_TIMEOUT(bench.host().monitor().deviceStatus().m_nSecondsLeft < nLeft,
+                             Patience);
+    const auto &state = bench.widget<QLabel>("deviceState");
+    QTRY_VERIFY(state.text().contains(QStringLiteral("next attempt in")));
+    QVERIFY(state.toolTip().contains(QStringLiteral("Read echo video from")));
+    QTRY_COMPARE_WITH_TIMEOUT(tileState(bench, 2), QStringLiteral("◆ stale"), Patience);
+    bench.takeScreenshot(QStringLiteral("backing-off"));
+
+    bench.device().setSilent(false);
+    QElapsedTimer clock;
+    clock.start();
+    bench.action(QStringLiteral("Reconnect now")).trigger();
+    QTRY_COMPARE_WITH_TIMEOUT(bench.deviceState(), eDeviceState::Streaming, Patience);
+    QVERIFY2(clock.elapsed() < 25000, "reconnecting waited for the back-off to end");
+}
+
+void tst_Window::readingIsPausedStoppedAndResumed()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    QVERIFY(bench.waitUntilLive());
+    bench.action(QStringLiteral("Pause reading")).trigger();
+    QCOMPARE(bench.deviceState(), eDeviceState::Paused);
+    QTRY_COMPARE_WITH_TIMEOUT(bench.device().clientCount(), 0, Patience);
+    // A device that comes online again makes the library read; the host still wants a pause.
+    bench.action(QStringLiteral("Device online")).trigger();
+    bench.action(QStringLiteral("Device online")).trigger();
+    QCOMPARE(bench.deviceState(), eDeviceState::Paused);
+    bench.action(QStringLiteral("Read")).trigger();
+    QTRY_COMPARE_WITH_TIMEOUT(bench.deviceState(), eDeviceState::Streaming, Patience);
+    QCOMPARE(bench.device().clientCount(), 1);
+    bench.action(QStringLiteral("Stop reading")).trigger();
+    QCOMPARE(bench.deviceState(), eDeviceState::Stopped);
+    QTRY_COMPARE_WITH_TIMEOUT(bench.device().clientCount(), 0, Patience);
+    bench.action(QStringLiteral("Read")).trigger();
+    QTRY_COMPARE_WITH_TIMEOUT(bench.deviceState(), eDeviceState::Streaming, Patience);
+}
+
+void tst_Window::renderingIsStoppedAndStartedAgain()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    QVERIFY(bench.waitUntilLive());
+    QSignalSpy previews(&bench.host().session(), &DeviceSession::previewFinished);
+    for (const char *pAction : {"Render thread", "Rendering enabled"}) {
+        bench.action(QLatin1String(pAction)).trigger();
+        // What was under way may still come; then nothing does.
+        do
+            previews.clear();
+        while (previews.wait(1000));
+        bench.action(QLatin1String(pAction)).trigger();
+        QVERIFY(previews.wait(Patience));
+    }
+}
+
+void tst_Window::switchesToTheOtherDevice()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    QVERIFY(bench.waitUntilLive());
+    QCOMPARE(bench.otherDevice().clientCount(), 0);
+    // Also from a device that is offline, whose reader would not end by itself.
+    bench.action(QStringLiteral("Device online")).trigger();
+    QElapsedTimer clock;
+    clock.start();
+    bench.action(QStringLiteral("Next device")).trigger();
+    QVERIFY(clock.elapsed() < StopBoundMs);
+    QCOMPARE(bench.widget<QComboBox>("device").currentText(), QStringLiteral("Second device"));
+    QTRY_COMPARE_WITH_TIMEOUT(bench.deviceState(), eDeviceState::Streaming, Patience);
+    QCOMPARE(bench.otherDevice().clientCount(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(bench.device().clientCount(), 0, Patience);
+    QVERIFY(bench.waitUntilLive());
+
+    bench.action(QStringLiteral("Next device")).trigger();
+    QCOMPARE(bench.deviceState(), eDeviceState::Offline);
+    bench.action(QStringLiteral("Device online")).trigger();
+    QTRY_COMPARE_WITH_TIMEOUT(bench.deviceState(), eDeviceState::Streaming, Patience);
+    QCOMPARE(bench.device().clientCount(), 1);
+}
+
+void tst_Window::switchesTheSourceAndBack()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    QVERIFY(bench.waitUntilLive());
+    auto &source = bench.widget<QComboBox>("source");
+    source.setFocus();
+    QTest::keyClick(&source, Qt::Key_End); // the raw file, of which there is none
+    QCOMPARE(source.currentData().toString(), QStringLiteral("yuv"));
+    QTRY_COMPARE_WITH_TIMEOUT(bench.device().clientCount(), 0, Patience);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        bench.host().monitor().deviceStatus().m_strReason.contains(QStringLiteral("Cannot open")),
+        Patience);
+    bench.action(QStringLiteral("Device online")).trigger();
+    // A file reader whose device is offline does not end; the session sees to it.
+    QElapsedTimer clock;
+    clock.start();
+    QTest::keyClick(&source, Qt::Key_Home);
+    QVERIFY(clock.elapsed() < StopBoundMs);
+    bench.action(QStringLiteral("Device online")).trigger();
+    QVERIFY(bench.waitUntilLive());
+}
+
+void tst_Window::fpsReachesTheLibrary()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    QVERIFY(bench.waitUntilLive());
+    bench.widget<QSpinBox>("fps").setValue(2);
+    const auto &config = bench.host().session().device().m_pDevice->deviceConfig().EchoVideoCfg;
+    QCOMPARE(int(config.FPS), 2);
+    // 25 layers twice a second, where they were rendered up to 25 times before.
+    const auto previewsASecond = [&] {
+        return bench.host().monitor().series(eFigure::Previews).last().value_or(1000);
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(previewsASecond() > 0 && previewsASecond() < 100, Patience);
+    QVERIFY(bench.host().document().isModified());
+    bench.host().document().undoStack().undo();
+    QCOMPARE(int(config.FPS), 25);
+    QCOMPARE(bench.widget<QSpinBox>("fps").value(), 25);
+}
+
+void tst_Window::everythingHasANameAndATip()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    bench.window().select(0, bench.key(0, 0));
+    int nFields = 0;
+    const QList<QWidget *> widgets = bench.window().findChildren<QWidget *>();
+    for (const QWidget *const pWidget : widgets) {
+        const bool isField = qobject_cast<const QSpinBox *>(pWidget)
+                          || qobject_cast<const QComboBox *>(pWidget)
+                          || qobject_cast<const InputTile *>(pWidget);
+        if (!isField || !pWidget->isVisible())
+            continue;
+        ++nFields;
+        QVERIFY2(!pWidget->accessibleName().isEmpty(), qPrintable(pWidget->objectName()));
+    }
+    QVERIFY(nFields > 20);
+    const auto &left = bench.widget<QSpinBox>("Left");
+    QVERIFY(left.toolTip().contains(QStringLiteral("(px)")));
+}
+
+void tst_Window::keepsItsState()
+{
+    QByteArray geometry;
+    WindowBench bench;
+    QVERIFY(bench.open());
+    auto &log = bench.widget<QDockWidget>("log");
+    log.close();
+    QVERIFY(bench.window().close());
+    MainWindow another(bench.host(), bench.settings(), bench.folder());
+    QVERIFY(another.findChild<QDockWidget *>(QStringLiteral("log"))->isHidden());
+    QVERIFY(!another.findChild<QDockWidget *>(QStringLiteral("inputs"))->isHidden());
+}
+
+void tst_Window::quitsWithinBoundsWhileTheDeviceIsOffline()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    QVERIFY(bench.waitUntilLive());
+    bench.action(QStringLiteral("Device online")).trigger();
+    QElapsedTimer clock;
+    clock.start();
+    bench.action(QStringLiteral("Quit")).trigger();
+    QVERIFY(!bench.window().isVisible());
+    QVERIFY(clock.elapsed() < StopBoundMs);
 }
 
 QTEST_MAIN(tst_Window)

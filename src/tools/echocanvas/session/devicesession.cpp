@@ -19,7 +19,8 @@ using EchoVideo::sLayerVideoConfig;
 
 namespace {
 
-constexpr int RendererWatchInterval = 500; // ms
+constexpr int WatchInterval = 500;  // ms
+constexpr int LooksWithoutTick = 4; // that a reader is given to begin
 
 /** As many as any device may have. */
 QVector<std::shared_ptr<Input>> makeInputs()
@@ -51,8 +52,7 @@ DeviceSession::DeviceSession(const sScene &scene, QObject *parent)
     connect(&m_manager, &LayerVideoManager::layerVideoRenderFinished, this,
             &DeviceSession::previewFinished);
     connect(this, &DeviceSession::previewFinished, this, [this] { m_hasNewPreviews = true; });
-    connect(&m_watch, &QTimer::timeout, this, &DeviceSession::wakeSleepyRenderer);
-    m_watch.start(RendererWatchInterval);
+    connect(&m_watch, &QTimer::timeout, this, &DeviceSession::look);
 }
 
 DeviceSession::~DeviceSession()
@@ -99,7 +99,10 @@ LayerVideoManager::ReadInputVideoFrameCallback DeviceSession::inputCallback(cons
 bool DeviceSession::start()
 {
     // The service belongs to the thread that asks for it first: this one, not a render thread.
-    PixmapReader::instance();
+    connect(
+        PixmapReader::instance(), &PixmapReader::inputVideoImageCopyFinished, this,
+        [this] { m_nLooksWithoutTick = 0; }, Qt::QueuedConnection);
+    m_watch.start(WatchInterval);
     m_isStarted = true;
     for (sSessionDevice &device : m_devices) {
         device.m_isOnline = true;
@@ -114,6 +117,8 @@ void DeviceSession::stop()
     if (!m_isStarted)
         return;
     m_isStarted = false;
+    m_watch.stop();
+    disconnect(PixmapReader::instance(), nullptr, this, nullptr);
     setRendering(false);
     endReader();
     Q_EMIT changed();
@@ -248,6 +253,26 @@ void DeviceSession::wakeSleepyRenderer()
     if (isExpected && device().m_isOnline && !m_hasNewPreviews)
         wakeRenderer();
     m_hasNewPreviews = false;
+}
+
+/**
+ * A reader whose device went offline ends; one that comes online again before that is through is
+ * resumed, and then gone. So a reader that is wanted and does not tick is asked for again, which is
+ * nothing for one that only waits.
+ */
+void DeviceSession::startLostReader()
+{
+    const bool isExpected = m_isStarted && m_eReading == eReading::Reading;
+    if (isExpected && device().m_isOnline && ++m_nLooksWithoutTick >= LooksWithoutTick) {
+        m_nLooksWithoutTick = 0;
+        PixmapReader::instance()->restartRead();
+    }
+}
+
+void DeviceSession::look()
+{
+    wakeSleepyRenderer();
+    startLostReader();
 }
 
 void DeviceSession::setLayer(const sSceneLayer &layer)

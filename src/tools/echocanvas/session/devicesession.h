@@ -115,7 +115,9 @@ private:
     void endReader();
     void resumeReader();
     void wakeRenderer();
+    void look();
     void wakeSleepyRenderer();
+    void startLostReader();
     void forgetScreen(quint8 nScreenId);
     static EchoVideo::LayerVideoManager::ReadInputVideoFrameCallback
     inputCallback(const Inputs &inputs);
@@ -127,8 +129,9 @@ private:
     QList<EchoVideo::sLayerUniqueIdentifies> m_layers;
     EchoVideo::LayerVideoManager m_manager;
     eReading m_eReading = eReading::Reading;
-    QTimer m_watch;                // looks whether previews come
+    QTimer m_watch;                // looks whether previews and ticks come
     bool m_hasNewPreviews = false; // since the last look
+    int m_nLooksWithoutTick = 0;
     bool m_isStarted = false;
     bool m_isRendering = false;
     bool m_isRenderEnabled = true;

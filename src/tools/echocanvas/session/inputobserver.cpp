@@ -9,10 +9,15 @@ namespace {
 // What the library hands out where there is no picture is this small.
 constexpr QSize PlaceholderSize(2, 2);
 
-bool isBlackRow(const QRgb *pRow, int nWidth)
+// What compression leaves of black, and how far neighbours reach into a tile.
+constexpr int BlackLevel = 8;
+constexpr int RimShare = 16;
+
+bool isBlackRow(const QRgb *pRow, int nBegin, int nEnd)
 {
-    for (int x = 0; x < nWidth; ++x) {
-        if ((pRow[x] & 0x00ffffff) != 0)
+    for (int x = nBegin; x < nEnd; ++x) {
+        const QRgb pixel = pRow[x];
+        if (qRed(pixel) > BlackLevel || qGreen(pixel) > BlackLevel || qBlue(pixel) > BlackLevel)
             return false;
     }
     return true;
@@ -46,8 +51,11 @@ bool isBlack(const QImage &picture)
         return false;
     if (picture.depth() != 32)
         return isBlack(picture.convertToFormat(QImage::Format_RGB32));
-    for (int y = 0; y < picture.height(); ++y) {
-        if (!isBlackRow(reinterpret_cast<const QRgb *>(picture.constScanLine(y)), picture.width()))
+    const int nSide = picture.width() / RimShare;
+    const int nRim = picture.height() / RimShare;
+    for (int y = nRim; y < picture.height() - nRim; ++y) {
+        const auto *const pRow = reinterpret_cast<const QRgb *>(picture.constScanLine(y));
+        if (!isBlackRow(pRow, nSide, picture.width() - nSide))
             return false;
     }
     return true;

@@ -39,7 +39,10 @@ struct sInputStatus
     qint64 m_nUnchangedMs = 0; ///< since the last change
 };
 
-/** Whether every pixel is black, as in a picture without signal; stops at the first that is not. */
+/**
+ * Whether a picture is black, as without signal: all but a rim, into which compression lets
+ * neighbours reach, and but for what compression leaves of black. Stops at the first other pixel.
+ */
 bool isBlack(const QImage &picture);
 
 /**
