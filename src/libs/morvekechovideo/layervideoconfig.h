@@ -98,7 +98,7 @@ struct sLayerMask
 /** A picture whose alpha shapes the layer. */
 struct sLayerAlphaMap
 {
-    /** File in any format that Qt reads, loaded anew for every preview; empty for no alpha map. */
+    /** File in any format that Qt reads; each preview shows it as it is then. Empty for none. */
     QString m_strAlphaMapFile;
 };
 
