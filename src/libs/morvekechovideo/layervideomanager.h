@@ -230,7 +230,8 @@ private:
     QList<Internal::LayerVideoPrerenderTask *> m_videoRenderTasks; // manager's thread only
     bool m_isStarted = false;                                      // manager's thread only
     QList<sLayerVideoConfig> m_LayerVideoConfigs; // guarded by m_mtxLayerVideoConfigs
-    const std::unique_ptr<Internal::UpdateTimes> m_pUpdateTimes; // guarded by m_mtxLayerVideoConfigs
+    const std::unique_ptr<Internal::UpdateTimes>
+        m_pUpdateTimes; // guarded by m_mtxLayerVideoConfigs
     QMutex m_mtxLayerVideoConfigs{QMutex::Recursive};
     QList<sLayerVideo> m_LayerVideos; // guarded by m_lockLayerVideo
     QReadWriteLock m_lockLayerVideo;
