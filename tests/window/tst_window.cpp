@@ -80,8 +80,8 @@ void tst_Window::tellsWhichInputIsDeadAndWhy()
     QVERIFY(wall.tile(6)->reasonText().contains(QStringLiteral("same picture")));
     QVERIFY(wall.tile(9)->reasonText().contains(QStringLiteral("nothing is connected")));
     QVERIFY(wall.tile(12)->reasonText().contains(QStringLiteral("more than it can show")));
-    QVERIFY(wall.summary().contains(QStringLiteral("input 3, 9")));
-    QVERIFY(wall.summary().contains(QStringLiteral("input 6")));
+    QVERIFY(wall.summary().contains(QStringLiteral("input 3 (black picture), 9 (not connected)")));
+    QVERIFY(wall.summary().contains(QStringLiteral("input 6 (same for")));
     bench.takeScreenshot(QStringLiteral("dead-inputs"));
 
     bench.device().hang({});
@@ -103,6 +103,7 @@ void tst_Window::tellsThatTheDeviceIsOffline()
     // The last pass over the layers shows that they have nothing to show any more.
     const LayerKey first = bench.key(0, 0);
     QTRY_VERIFY_WITH_TIMEOUT(isBlack(bench.host().session().preview(first)), Patience);
+    QTRY_VERIFY(bench.window().wall().summary().contains(QStringLiteral("all 16 no signal")));
     bench.takeScreenshot(QStringLiteral("offline"));
 
     bench.action(QStringLiteral("Device online")).trigger();

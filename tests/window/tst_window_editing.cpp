@@ -168,12 +168,12 @@ void tst_WindowEditing::everyGroupOfFieldsReachesThePreview()
     QTRY_VERIFY_WITH_TIMEOUT(preview().pixelColor(240, 20).alpha() == 0, Patience);
     bench.widget<QCheckBox>("Masked").click();
     bench.widget<QPushButton>("Ellipse").click();
-    QTRY_VERIFY_WITH_TIMEOUT(preview().pixelColor(2, 2).alpha() == 0, Patience);
+    // The ellipse reaches the left edge, where the border let nothing show.
+    QTRY_VERIFY_WITH_TIMEOUT(preview().pixelColor(30, 135).alpha() > 250, Patience);
+    QVERIFY(preview().pixelColor(30, 20).alpha() == 0);
     bench.widget<QLineEdit>("Name").setText(QStringLiteral("Edited layer"));
     QTest::keyClick(&bench.widget<QLineEdit>("Name"), Qt::Key_Return);
     QCOMPARE(layer(bench, 1, 8).m_strName, QStringLiteral("Edited layer"));
-    QTest::qWait(0);
-    QTRY_VERIFY_WITH_TIMEOUT(preview().pixelColor(240, 135).alpha() == 255, Patience);
     bench.takeScreenshot(QStringLiteral("editing"));
 
     // All of it undone is the scene that was opened.

@@ -23,13 +23,13 @@ void tst_WindowPainting::aPreviewRepaintsItsLayerAndNothingElse()
     WindowBench bench;
     QVERIFY(bench.open());
     CanvasView &canvas = bench.canvas();
-    QTest::qWait(0);
     const LayerKey key = bench.key(0, 4);
     QImage picture(480, 270, QImage::Format_ARGB32);
+    QVERIFY(bench.waitUntilPainted());
     const QRect onWidget = canvas.onWidget(bench.host().document().layer(key)->canvasRect());
     // The session would go on rendering; here only the canvas is asked.
     bench.host().session().stop();
-    QCoreApplication::processEvents();
+    QVERIFY(bench.waitUntilPainted());
     const sPaintFigures before = canvas.paintFigures();
     for (int nPicture = 0; nPicture < 5; ++nPicture) {
         picture.fill(QColor(nPicture * 40, 200, 100));
@@ -50,11 +50,11 @@ void tst_WindowPainting::whatLooksTheSameIsNotPaintedAgain()
     QVERIFY(bench.open());
     bench.host().session().stop();
     CanvasView &canvas = bench.canvas();
-    QCoreApplication::processEvents();
+    QVERIFY(bench.waitUntilPainted());
     QImage picture(480, 270, QImage::Format_ARGB32);
     picture.fill(Qt::red);
     canvas.setPreview(bench.key(0, 4), picture);
-    QCoreApplication::processEvents();
+    QVERIFY(bench.waitUntilPainted());
     const qint64 nPaints = canvas.paintFigures().m_nPaints;
     canvas.setPreview(bench.key(0, 4), picture.copy());
     QCoreApplication::processEvents();

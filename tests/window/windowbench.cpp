@@ -7,6 +7,8 @@
 #include <QMenu>
 #include <QtTest>
 
+#include <utility>
+
 namespace Morvek::Tests {
 
 using namespace Morvek::Tools;
@@ -89,11 +91,21 @@ bool WindowBench::waitUntilLive()
     return QTest::qWaitFor(
         [this] {
             for (int nInput = 0; nInput < m_pHost->monitor().inputCount(); ++nInput) {
-                if (inputState(nInput) != eInputState::Live)
+                const InputTile *const pTile = m_pWindow->wall().tile(nInput);
+                const bool isShown = pTile && pTile->stateText() == QStringLiteral("● live");
+                if (inputState(nInput) != eInputState::Live || !isShown)
                     return false;
             }
             return m_pHost->shortcomings().isEmpty() && deviceState() == eDeviceState::Streaming;
         },
+        Patience);
+}
+
+bool WindowBench::waitUntilPainted()
+{
+    qint64 nPaints = -1;
+    return QTest::qWaitFor(
+        [&] { return std::exchange(nPaints, canvas().paintFigures().m_nPaints) == nPaints; },
         Patience);
 }
 

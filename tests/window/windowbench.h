@@ -62,8 +62,10 @@ public:
 
     /** Starts the session and shows the window. @return whether both worked */
     bool open();
-    /** Waits until every input is live and every layer of the screen is painted. */
+    /** Waits until every input is live, and said to be, and every layer has shown a picture. */
     bool waitUntilLive();
+    /** Waits until the canvas, whose layers no longer change, is not painted any more. */
+    bool waitUntilPainted();
     Tools::eDeviceState deviceState() const { return m_pHost->monitor().deviceStatus().m_eState; }
     Tools::eInputState inputState(int nInput) const
     {

@@ -91,17 +91,20 @@ bool InputObserver::look(const sInputLook &look)
 void InputObserver::judge(const sInputLook &look)
 {
     if (!look.m_isOnline)
-        setState(eInputState::NoSignal, QStringLiteral("The device is offline."));
+        setState(eInputState::NoSignal, QStringLiteral("device offline"),
+                 QStringLiteral("The device is offline."));
     else if (look.m_isOverloaded)
-        setState(eInputState::Overloaded,
+        setState(eInputState::Overloaded, QStringLiteral("too strong"),
                  QStringLiteral("The device says that the signal is more than it can show."));
     else if (!look.m_isActive)
-        setState(eInputState::NoSignal,
+        setState(eInputState::NoSignal, QStringLiteral("not connected"),
                  QStringLiteral("The device says that nothing is connected."));
     else if (!look.m_isKnown || m_picture.isNull())
-        setState(eInputState::Unknown, QStringLiteral("No picture has come yet."));
+        setState(eInputState::Unknown, QStringLiteral("no picture yet"),
+                 QStringLiteral("No picture has come yet."));
     else if (m_isBlack)
-        setState(eInputState::NoSignal, QStringLiteral("Its part of the echo video is black."));
+        setState(eInputState::NoSignal, QStringLiteral("black picture"),
+                 QStringLiteral("Its part of the echo video is black."));
     else
         judgePicture(look.m_nNowMs);
 }
@@ -110,18 +113,20 @@ void InputObserver::judgePicture(qint64 nNowMs)
 {
     const qint64 nUnchangedMs = nNowMs - m_nChangedMs;
     if (nUnchangedMs >= StaleAfterMs)
-        setState(eInputState::Stale,
+        setState(eInputState::Stale, QStringLiteral("same for %1").arg(secondsText(nUnchangedMs)),
                  QStringLiteral("The same picture for %1: a still picture, or it hangs.")
                      .arg(secondsText(nUnchangedMs)));
     else if (!m_hasChanged)
-        setState(eInputState::Unknown, QStringLiteral("Waiting whether its picture changes."));
+        setState(eInputState::Unknown, QStringLiteral("waiting"),
+                 QStringLiteral("Waiting whether its picture changes."));
     else
-        setState(eInputState::Live, QString());
+        setState(eInputState::Live, QString(), QStringLiteral("Its picture changes."));
 }
 
-void InputObserver::setState(eInputState eState, const QString &strReason)
+void InputObserver::setState(eInputState eState, const QString &strBrief, const QString &strReason)
 {
     m_status.m_eState = eState;
+    m_status.m_strBrief = strBrief;
     m_status.m_strReason = strReason;
 }
 

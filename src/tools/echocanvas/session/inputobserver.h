@@ -34,7 +34,8 @@ struct sInputLook
 struct sInputStatus
 {
     eInputState m_eState = eInputState::Unknown;
-    QString m_strReason;       ///< a sentence; empty while it is live
+    QString m_strBrief;        ///< why, in two or three words; empty while it is live
+    QString m_strReason;       ///< the same as a sentence
     double m_rate = 0;         ///< changes of the picture a second, over the last seconds
     qint64 m_nUnchangedMs = 0; ///< since the last change
 };
@@ -66,7 +67,7 @@ public:
 private:
     void judge(const sInputLook &look);
     void judgePicture(qint64 nNowMs);
-    void setState(eInputState eState, const QString &strReason);
+    void setState(eInputState eState, const QString &strBrief, const QString &strReason);
 
     QImage m_picture;
     bool m_isBlack = false;    // of m_picture

@@ -116,8 +116,10 @@ void SessionMonitor::readLog()
 void SessionMonitor::followSession()
 {
     m_device.setWanted(m_session.device().m_isOnline, m_session.reading());
-    if (m_nDevice == m_session.activeDevice() && inputCount() == m_session.inputCount())
+    if (m_nDevice == m_session.activeDevice() && inputCount() == m_session.inputCount()) {
+        look(); // not at the next tick, which may never come
         return;
+    }
     m_nDevice = m_session.activeDevice();
     m_inputs = std::vector<sInput>(std::size_t(m_session.inputCount()));
     m_frames = FrameCounter();

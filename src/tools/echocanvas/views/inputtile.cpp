@@ -46,7 +46,7 @@ int InputTile::textHeight() const
 
 QSize InputTile::minimumSizeHint() const
 {
-    return QSize(fontMetrics().horizontalAdvance(QLatin1Char('0')) * 11,
+    return QSize(fontMetrics().horizontalAdvance(QLatin1Char('0')) * 10,
                  textHeight() + 3 * fontMetrics().lineSpacing() + 3 * Margin);
 }
 
@@ -60,8 +60,8 @@ void InputTile::setInput(const sInputStatus &status, const QImage &picture,
         strFigures = QStringLiteral("%1/s").arg(status.m_rate, 0, 'f', 1);
     if (status.m_eState == eInputState::Live && nAgeMs)
         strFigures += QStringLiteral(", ") + ageText(*nAgeMs);
-    if (status.m_eState == eInputState::Stale)
-        strFigures = QStringLiteral("for %1 s").arg(status.m_nUnchangedMs / 1000);
+    if (status.m_eState != eInputState::Live)
+        strFigures = status.m_strBrief;
     const bool isSame = picture.cacheKey() == m_picture.cacheKey() && strState == m_strState
                      && strFigures == m_strFigures && status.m_strReason == m_strReason;
     if (isSame)
@@ -71,13 +71,11 @@ void InputTile::setInput(const sInputStatus &status, const QImage &picture,
     m_strState = strState;
     m_strFigures = strFigures;
     m_strReason = status.m_strReason;
-    const QString strReason =
-        m_strReason.isEmpty() ? QStringLiteral("Its picture changes.") : m_strReason;
     setToolTip(QStringLiteral("Input %1: %2\n%3\nRate: changes of its picture a second, as far as "
                               "they were seen.\nAge: time since the device made the picture, by "
                               "the time code in it.")
-                   .arg(QString::number(m_nInput), look.m_strWord, strReason));
-    setAccessibleDescription(QStringLiteral("%1. %2").arg(look.m_strWord, strReason));
+                   .arg(QString::number(m_nInput), look.m_strWord, m_strReason));
+    setAccessibleDescription(QStringLiteral("%1. %2").arg(look.m_strWord, m_strReason));
     update();
 }
 
@@ -98,11 +96,9 @@ void InputTile::paintEvent(QPaintEvent *)
     painter.drawText(line, Qt::AlignCenter, m_strState);
     line.translate(0, nLine);
     painter.setFont(font());
-    const bool hasReason = !m_strReason.isEmpty() && m_eState != eInputState::Stale;
-    const QString strLast = hasReason ? m_strReason : m_strFigures;
     painter.setPen(palette().color(QPalette::WindowText));
     painter.drawText(line, Qt::AlignCenter,
-                     fontMetrics().elidedText(strLast, Qt::ElideRight, line.width()));
+                     fontMetrics().elidedText(m_strFigures, Qt::ElideRight, line.width()));
     if (hasFocus()) {
         painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
         painter.drawRect(rect().adjusted(1, 1, -1, -1));

@@ -43,7 +43,7 @@ private:
     eInputState m_eState = eInputState::Unknown;
     QImage m_picture;
     QString m_strState;   // word and sign
-    QString m_strFigures; // rate and age
+    QString m_strFigures; // rate and age, or why there are none
     QString m_strReason;
 };
 

@@ -15,6 +15,7 @@ namespace Morvek::Tools {
 namespace {
 
 constexpr int RefreshMs = 160; // what is looked at in passing need not be fluent
+constexpr int MaxListed = 6;   // inputs of one state that are named in the line above them
 constexpr int TilesAtOnce = 8; // a row is no longer
 
 } // namespace
@@ -72,28 +73,53 @@ void InputWall::refresh()
 QString InputWall::summary() const
 {
     QStringList parts;
-    const int nInputs = m_monitor.inputCount();
     for (eInputState eState : {eInputState::NoSignal, eInputState::Overloaded, eInputState::Stale,
-                               eInputState::Unknown, eInputState::Live}) {
-        QStringList numbers;
-        for (int nInput = 0; nInput < nInputs; ++nInput) {
-            if (m_monitor.input(nInput).status().m_eState == eState)
-                numbers.append(QString::number(nInput));
-        }
-        if (numbers.isEmpty())
-            continue;
-        const sStateLook look = lookOf(eState, palette());
-        const bool isEach = numbers.size() == nInputs;
-        const bool isListed = eState != eInputState::Live && !isEach;
-        const QString strWhich =
-            isListed ? QStringLiteral(": input ") + numbers.join(QStringLiteral(", ")) : QString();
-        parts.append(QStringLiteral("<span style=\"color:%1\"><b>%2 %3 %4</b>%5</span>")
-                         .arg(look.m_color.name(), look.m_strSign,
-                              isEach ? QStringLiteral("all %1").arg(nInputs)
-                                     : QString::number(numbers.size()),
-                              look.m_strWord, strWhich));
+                               eInputState::Unknown, eInputState::Live})
+        parts += summaryOf(eState);
+    return deviceSummary() + parts.join(QStringLiteral(" &nbsp; "));
+}
+
+/** What is to be known of the device before anybody looks at an input; nothing while it is well. */
+QString InputWall::deviceSummary() const
+{
+    const sDeviceStatus status = m_monitor.deviceStatus();
+    if (status.m_eState == eDeviceState::Streaming && status.m_strReason.isEmpty())
+        return QString();
+    const sStateLook look = lookOf(status, palette());
+    const QString strReason =
+        status.m_strReason.isEmpty()
+            ? QString()
+            : QStringLiteral(" (") + status.m_strReason.toHtmlEscaped() + QLatin1Char(')');
+    const QString strWay = status.m_eState == eDeviceState::BackingOff
+                             ? QStringLiteral(" F9 reconnects now.")
+                             : QString();
+    return QStringLiteral("<span style=\"color:%1\"><b>%2 Device %3</b></span>")
+               .arg(look.m_color.name(), look.m_strSign, look.m_strWord)
+         + strReason + strWay + QStringLiteral("<br>");
+}
+
+/** How many inputs are in a state, and, but for those that are well, which and why. */
+QStringList InputWall::summaryOf(eInputState eState) const
+{
+    QStringList inputs;
+    const int nInputs = m_monitor.inputCount();
+    for (int nInput = 0; nInput < nInputs; ++nInput) {
+        const sInputStatus status = m_monitor.input(nInput).status();
+        if (status.m_eState == eState)
+            inputs.append(
+                QStringLiteral("%1 (%2)").arg(QString::number(nInput), status.m_strBrief));
     }
-    return parts.join(QStringLiteral(" &nbsp; "));
+    if (inputs.isEmpty())
+        return {};
+    const bool isEach = inputs.size() == nInputs;
+    const bool isListed = eState != eInputState::Live && inputs.size() <= MaxListed;
+    const sStateLook look = lookOf(eState, palette());
+    const QString strCount =
+        isEach ? QStringLiteral("all %1").arg(nInputs) : QString::number(inputs.size());
+    const QString strWhich =
+        isListed ? QStringLiteral(": input ") + inputs.join(QStringLiteral(", ")) : QString();
+    return {QStringLiteral("<span style=\"color:%1\"><b>%2 %3 %4</b>%5</span>")
+                .arg(look.m_color.name(), look.m_strSign, strCount, look.m_strWord, strWhich)};
 }
 
 } // namespace Morvek::Tools

@@ -1,6 +1,8 @@
 #ifndef MORVEK_ECHOCANVAS_INPUTWALL_H
 #define MORVEK_ECHOCANVAS_INPUTWALL_H
 
+#include "inputobserver.h"
+
 #include <QList>
 #include <QTimer>
 #include <QWidget>
@@ -31,6 +33,8 @@ Q_SIGNALS:
 private:
     void refresh();
     void makeTiles();
+    QString deviceSummary() const;
+    QStringList summaryOf(eInputState eState) const;
 
     const SessionMonitor &m_monitor;
     QList<InputTile *> m_tiles; // children

@@ -23,7 +23,7 @@ namespace Morvek::Tools {
 
 namespace {
 
-constexpr QSize FirstSize(1500, 960);
+constexpr QSize FirstSize(1600, 980);
 constexpr int CropRefreshMs = 200;
 const char *const GeometryKey = "window/geometry";
 const char *const StateKey = "window/state";
@@ -100,7 +100,7 @@ void MainWindow::buildDocks()
     QDockWidget *const pLog =
         addDock("log", "Messages", new LogView(m_host.log()), Qt::BottomDockWidgetArea);
     tabifyDockWidget(pFigures, pLog);
-    resizeDocks({pWall, pFigures}, {900, 330}, Qt::Horizontal);
+    resizeDocks({pWall, pFigures}, {860, 420}, Qt::Horizontal);
     resizeDocks({pTree, pInspector}, {230, 290}, Qt::Horizontal);
     resizeDocks({pWall}, {330}, Qt::Vertical);
     pFigures->raise();

@@ -35,7 +35,7 @@ PlotWidget::PlotWidget(const QString &strName, const QString &strUnit, const QSt
 QSize PlotWidget::minimumSizeHint() const
 {
     const int nLine = fontMetrics().lineSpacing();
-    return QSize(8 * nLine, 5 * nLine);
+    return QSize(6 * nLine, 5 * nLine);
 }
 
 double PlotWidget::axisEnd(const QVector<double> &values, double least)
