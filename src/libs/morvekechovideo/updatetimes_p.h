@@ -34,12 +34,14 @@ public:
         const qint64 nDelta = std::abs(QDateTime::currentMSecsSinceEpoch() - known.m_nMs);
         return int(std::min<qint64>(nDelta, std::numeric_limits<int>::max()));
     }
-    /** The time now, for the record at this place. */
+    /** The time now, for the record at this place; looked up once in a millisecond. */
     QDateTime now(int nPlace)
     {
         const qint64 nMs = QDateTime::currentMSecsSinceEpoch();
-        at(nPlace) = {QDateTime::fromMSecsSinceEpoch(nMs), nMs};
-        return at(nPlace).m_time;
+        if (!m_now.m_time.isValid() || m_now.m_nMs != nMs)
+            m_now = {QDateTime::fromMSecsSinceEpoch(nMs), nMs};
+        at(nPlace) = m_now;
+        return m_now.m_time;
     }
     /** Follows a record that goes from its place to the end of so many. */
     void moveToEnd(int nPlace, int nRecords)
@@ -64,6 +66,7 @@ private:
     }
 
     std::vector<sKnown> m_known;
+    sKnown m_now; // the last time that was asked for
 };
 
 } // namespace Morvek::EchoVideo::Internal

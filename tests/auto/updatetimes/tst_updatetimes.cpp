@@ -66,6 +66,9 @@ void TestUpdateTimes::nowIsTheTimeNow()
     QVERIFY(before <= now && now <= QDateTime::currentDateTime());
     QCOMPARE(now.timeSpec(), Qt::LocalTime);
     QVERIFY(isNear(times.millisecondsSince(3, now), 0));
+    // And goes on.
+    QTRY_VERIFY(times.now(3) > now);
+    QVERIFY(times.now(2) <= QDateTime::currentDateTime());
 }
 
 void TestUpdateTimes::timesFollowTheirRecordToTheEnd()
