@@ -3,6 +3,7 @@
 #include "borderramp_p.h"
 #include "quickdrawing/borderfade_p.h"
 #include "quickdrawing/scalemap_p.h"
+#include "quickdrawing/tonelookup_p.h"
 #include "quickdrawing/tonetable_p.h"
 #include "sanitized.h"
 
@@ -48,6 +49,8 @@ private Q_SLOTS:
     void tonesOfEveryStep();
     void opaquePixelsAreRoundedAlikeEverywhere_data();
     void opaquePixelsAreRoundedAlikeEverywhere();
+    void everyFormLooksUpTheSame_data();
+    void everyFormLooksUpTheSame();
     void tablesAreKeptAndForgotten();
     void fadeIsThatOfTheTiles_data();
     void fadeIsThatOfTheTiles();
@@ -183,9 +186,12 @@ void tst_QuickDrawingParts::tonesOfEveryStep()
                                                       .arg(y)
                                                       .arg(actual, 8, 16, QLatin1Char('0'))
                                                       .arg(wanted, 8, 16, QLatin1Char('0'))));
-            const bool hasTones = fade == sToneSteps::AlphaMapFade || fade == sToneSteps::SoftFade;
-            if (hasTones && (!isMasked || isKept(x, y)))
-                QCOMPARE(table.tone(y, before), wanted);
+            if (table.isGray() && (!isMasked || isKept(x, y))) {
+                const uchar *const pValues = table.tones(y);
+                QCOMPARE(qRgba(pValues[qRed(before)], pValues[qGreen(before)],
+                               pValues[qBlue(before)], table.alpha(y)),
+                         wanted);
+            }
         }
         if (table.isIdentity(y))
             QCOMPARE(pTones[77], qRgb(77, 77, 77));
@@ -243,6 +249,39 @@ void tst_QuickDrawingParts::opaquePixelsAreRoundedAlikeEverywhere()
             }
         }
         nFirst += Height; // the next, wider one shows most of these again
+    }
+}
+
+void tst_QuickDrawingParts::everyFormLooksUpTheSame_data()
+{
+    QTest::addColumn<int>("form");
+
+    QTest::newRow("plain") << int(eToneForm::Plain);
+    QTest::newRow("AVX-512 VBMI") << int(eToneForm::Avx512Vbmi);
+}
+
+void tst_QuickDrawingParts::everyFormLooksUpTheSame()
+{
+    QFETCH(int, form);
+    if (!isToneFormSupported(eToneForm(form)))
+        QSKIP("not on this processor", "");
+
+    QRandomGenerator random(5);
+    uchar tones[256];
+    for (int nPixels = 0; nPixels < 200; ++nPixels) {
+        for (uchar &tone : tones)
+            tone = uchar(random.bounded(256));
+        const int nAlpha = random.bounded(256);
+        constexpr int Behind = 3; // stay as they are
+        QVector<QRgb> pixels(nPixels + Behind);
+        random.fillRange(pixels.data(), pixels.size());
+        const QVector<QRgb> before = pixels;
+        lookUpTones(tones, nAlpha, pixels.data(), nPixels, eToneForm(form));
+        for (int i = 0; i < pixels.size(); ++i) {
+            const QRgb toned = qRgba(tones[qRed(before[i])], tones[qGreen(before[i])],
+                                     tones[qBlue(before[i])], nAlpha);
+            QCOMPARE(pixels[i], i < nPixels ? toned : before[i]);
+        }
     }
 }
 

@@ -1,5 +1,7 @@
 #include "tonerows_p.h"
 
+#include "tonelookup_p.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -10,29 +12,40 @@ namespace {
 constexpr int BytesPerPixel = 4;
 
 // Each channel looks itself up; the alpha is the same for all.
-QRgb tone(const QRgb *pTones, QRgb pixel)
+QRgb toneOfHalo(const QRgb *pTones, QRgb pixel)
 {
     return (pTones[qRed(pixel)] & 0xffff0000U) | (pTones[qGreen(pixel)] & 0x0000ff00U)
          | (pTones[qBlue(pixel)] & 0x000000ffU);
+}
+
+QRgb toneOfGray(const ToneTable &table, int nAlpha, QRgb pixel)
+{
+    const uchar *const pTones = table.tones(nAlpha);
+    return QRgb(table.alpha(nAlpha)) << 24 | QRgb(pTones[qRed(pixel)]) << 16
+         | QRgb(pTones[qGreen(pixel)]) << 8 | pTones[qBlue(pixel)];
 }
 
 void toneSteady(const ToneTable &table, int nAlpha, int nBegin, int nEnd, QRgb *pRow)
 {
     if (table.isIdentity(nAlpha))
         return;
+    if (table.isGray()) {
+        lookUpTones(table.tones(nAlpha), table.alpha(nAlpha), pRow + nBegin, nEnd - nBegin);
+        return;
+    }
     const QRgb *const pTones = table.row(nAlpha);
     for (int x = nBegin; x < nEnd; ++x)
-        pRow[x] = tone(pTones, pRow[x]);
+        pRow[x] = toneOfHalo(pTones, pRow[x]);
 }
 
 void toneEach(const ToneTable &table, const uchar *pAlphas, int nBegin, int nEnd, QRgb *pRow)
 {
-    if (table.steps().m_fade == sToneSteps::HaloFade) {
+    if (table.isGray()) {
         for (int x = nBegin; x < nEnd; ++x)
-            pRow[x] = tone(table.row(pAlphas[x]), pRow[x]);
+            pRow[x] = toneOfGray(table, pAlphas[x], pRow[x]);
     } else {
         for (int x = nBegin; x < nEnd; ++x)
-            pRow[x] = table.tone(pAlphas[x], pRow[x]);
+            pRow[x] = toneOfHalo(table.row(pAlphas[x]), pRow[x]);
     }
 }
 

@@ -93,11 +93,11 @@ ToneTable::ToneTable(const sToneSteps &steps)
         m_isIdentity[size_t(y)] = isOpaqueRamp(m_rows[size_t(y)]);
         m_alphas[size_t(y)] = uchar(qAlpha(m_rows[size_t(y)][0]));
     }
-    if (!isFading || steps.m_fade == sToneSteps::HaloFade)
+    if (!isGray())
         return;
-    m_tones.reserve(Values * Values);
-    for (const QRgb *const pRow : m_rows)
-        std::transform(pRow, pRow + Values, std::back_inserter(m_tones),
+    m_tones.reserve(size_t(nRows) * Values);
+    for (int y = 0; y < nRows; ++y)
+        std::transform(m_rows[size_t(y)], m_rows[size_t(y)] + Values, std::back_inserter(m_tones),
                        [](QRgb pixel) { return uchar(qBlue(pixel)); });
 }
 

@@ -78,16 +78,17 @@ public:
     {
         return m_rows[size_t(m_steps.m_fade == sToneSteps::NoFade ? 0 : nFadeAlpha)];
     }
-    /**
-     * What becomes of an opaque pixel, for steps that treat all channels alike: all but a halo.
-     *
-     * The same as by row(), from a table that is four times smaller.
-     */
-    QRgb tone(int nFadeAlpha, QRgb pixel) const
+    /** Whether all channels of a pixel become the same way, as under all steps but a halo. */
+    bool isGray() const { return m_steps.m_fade != sToneSteps::HaloFade; }
+    /** Where isGray(): what becomes of the 256 values of a channel, see row(). */
+    const uchar *tones(int nFadeAlpha) const
     {
-        const uchar *const pTones = m_tones.data() + nFadeAlpha * 256;
-        return QRgb(m_alphas[size_t(nFadeAlpha)]) << 24 | QRgb(pTones[qRed(pixel)]) << 16
-             | QRgb(pTones[qGreen(pixel)]) << 8 | pTones[qBlue(pixel)];
+        return m_tones.data() + (m_steps.m_fade == sToneSteps::NoFade ? 0 : nFadeAlpha * 256);
+    }
+    /** The alpha of every pixel, see row(). */
+    int alpha(int nFadeAlpha) const
+    {
+        return m_alphas[size_t(m_steps.m_fade == sToneSteps::NoFade ? 0 : nFadeAlpha)];
     }
     /** Whether this row leaves every pixel as it is. */
     bool isIdentity(int nFadeAlpha) const
@@ -100,7 +101,7 @@ private:
     QImage m_table;
     std::array<const QRgb *, 256> m_rows{};
     std::array<bool, 256> m_isIdentity{};
-    std::vector<uchar> m_tones; // of a fade that is no halo
+    std::vector<uchar> m_tones; // empty for a halo
     std::array<uchar, 256> m_alphas{};
 };
 
