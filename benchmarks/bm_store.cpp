@@ -32,7 +32,6 @@ std::shared_ptr<LayerVideoManager> makeManager(int nLayers)
         pManager->setLayerVideoConfig(cfg);
         pManager->refreshLayerVideo(cfg.m_LayerIdentifies, QImage(1, 1, QImage::Format_ARGB32));
     }
-    pManager->m_isHaveInputVideoSignal = true;
     return pManager;
 }
 
@@ -46,11 +45,13 @@ void addCases(int nLayers)
     const sLayerUniqueIdentifies last = layer(nLayers - 1).m_LayerIdentifies;
     add("hand_out_and_take_back", [pManager, cfg = sLayerVideoConfig(),
                                    picture = QImage(1, 1, QImage::Format_ARGB32)]() mutable {
+        pManager->m_isHaveInputVideoSignal = true;
         if (pManager->getUnusedLayerVideoConfig(cfg, 0))
             pManager->refreshLayerVideo(cfg.m_LayerIdentifies, picture);
     });
     add("none_due", [pManager, cfg = sLayerVideoConfig()]() mutable {
-        pManager->getUnusedLayerVideoConfig(cfg, 1);
+        pManager->m_isHaveInputVideoSignal = false; // looked at last
+        pManager->getUnusedLayerVideoConfig(cfg, 0);
     });
     add("find", [pManager, last, cfg = sLayerVideoConfig()]() mutable {
         pManager->findLayerVideoConfig(last, cfg);
