@@ -54,7 +54,6 @@ void RENDER_SYMBOL(__wrap_)(const LayerVideoManager *pManager, const sLayerVideo
     render.m_layerCfg = layerCfg;
     render.m_time = QDateTime::currentDateTime();
     render.m_isCanvasFree = canvas.isNull() || canvas.isDetached();
-    render.m_pBitsBefore = canvas.constBits();
     RENDER_SYMBOL(__real_)(pManager, layerCfg, canvas, inputFrame, pMemory);
     render.m_pBitsAfter = canvas.constBits();
     QMutexLocker locker(&mtxRenders);

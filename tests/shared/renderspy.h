@@ -16,8 +16,7 @@ struct sRender
     QDateTime m_time;
     /** The canvas held no picture, or one that nobody else shares: filling it copies nothing. */
     bool m_isCanvasFree = false;
-    const uchar *m_pBitsBefore = nullptr; ///< pixels of the canvas as it came; null for none
-    const uchar *m_pBitsAfter = nullptr;  ///< pixels of the finished preview
+    const uchar *m_pBitsAfter = nullptr; ///< pixels of the finished preview
 };
 
 /**

@@ -124,9 +124,9 @@ void LayerVideoManager::renderLayer(const sLayerVideoConfig &layerVideoCfg,
         inputVideoFrame = blackPicture(Internal::layerSize(layerVideoCfg.m_LayerItem));
     // The last preview is still held by whoever it was delivered to: filling the same picture again
     // would first copy what is about to be overwritten.
-    if (!layerVideoCanvas.isDetached())
-        layerVideoCanvas = QImage();
+    layerVideoCanvas = QImage();
     asyncVideoPrerenderTask(layerVideoCfg, layerVideoCanvas, inputVideoFrame, &memory);
+    memory.canvases().add(layerVideoCanvas);
 }
 
 // Every layer once more, due or not, in store order. @thread render, which holds its m_mtxFPS

@@ -1,6 +1,7 @@
 #ifndef MORVEK_ECHOVIDEO_PREVIEWMEMORY_P_H
 #define MORVEK_ECHOVIDEO_PREVIEWMEMORY_P_H
 
+#include "canvaspool_p.h"
 #include "layervideoconfig.h"
 #include "quickdrawing/alphamaps_p.h"
 
@@ -46,7 +47,8 @@ std::optional<sPreviewMaking> previewMaking(const sLayerVideoConfig &layerVideoC
  * Remembers what the layers' latest previews were made of: as long as nothing changes, a layer has
  * the preview already that rendering it once more would give.
  *
- * The previews themselves stay where they are, in the layers' records. @thread one render thread
+ * The previews themselves stay where they are, in the layers' records; canvases() reuses those that
+ * are there no more. @thread one render thread
  */
 class PreviewMemory
 {
@@ -56,6 +58,7 @@ public:
     /** Remembers what a layer's preview was made of. */
     void remember(const sLayerUniqueIdentifies &layerIdentifis, const sPreviewMaking &making,
                   const QImage &preview);
+    CanvasPool &canvases() { return m_canvases; }
 
 private:
     struct sKeyLess
@@ -70,6 +73,7 @@ private:
     };
 
     std::map<sLayerUniqueIdentifies, sMemory, sKeyLess> m_memories;
+    CanvasPool m_canvases;
 };
 
 } // namespace Morvek::EchoVideo::Internal

@@ -1,0 +1,41 @@
+#include "canvaspool_p.h"
+
+#include <algorithm>
+#include <new>
+
+namespace Morvek::EchoVideo::Internal {
+
+QImage CanvasPool::take(const QSize &size)
+{
+    const auto it = std::find_if(m_previews.begin(), m_previews.end(), [&](const QImage &preview) {
+        return preview.size() == size && preview.format() == QImage::Format_ARGB32
+            && preview.isDetached();
+    });
+    if (it == m_previews.end())
+        return QImage();
+    const QImage canvas = *it;
+    m_previews.erase(it);
+    return canvas;
+}
+
+void CanvasPool::add(const QImage &preview)
+{
+    const auto isSame = [&](const QImage &other) { return other.cacheKey() == preview.cacheKey(); };
+    if (preview.isNull() || std::any_of(m_previews.begin(), m_previews.end(), isSame))
+        return;
+    try {
+        m_previews.push_back(preview);
+    } catch (const std::bad_alloc &) {
+        return; // then it is not used again
+    }
+    int nSpares = 0;
+    for (auto it = m_previews.end(); it != m_previews.begin();) {
+        --it;
+        if (it->isDetached() && ++nSpares > MostSpares)
+            it = m_previews.erase(it);
+    }
+    if (m_previews.size() > MostPreviews)
+        m_previews.pop_front();
+}
+
+} // namespace Morvek::EchoVideo::Internal
