@@ -25,6 +25,7 @@ class tst_HostOptions : public QObject
 private Q_SLOTS:
     void commandLinesAreReadAsMeant();
     void devicesAreReadWithAndWithoutBrackets();
+    void moreDevicesAreTheOtherOnes();
     void wrongCommandLinesAreRefused_data();
     void wrongCommandLinesAreRefused();
     void actionsWithoutARun();
@@ -36,6 +37,7 @@ void tst_HostOptions::commandLinesAreReadAsMeant()
     QCOMPARE(plain.m_action, sHostOptions::eAction::Run);
     QVERIFY(!plain.m_isHeadless);
     QCOMPARE(plain.m_seconds, 5.0);
+    QVERIFY(!plain.m_hasSeconds);
     QCOMPARE(int(plain.m_nPort), 0);
     QVERIFY(plain.m_strOutFolder.isEmpty() && plain.m_strJsonFile.isEmpty());
 
@@ -47,6 +49,7 @@ void tst_HostOptions::commandLinesAreReadAsMeant()
     QCOMPARE(full.m_nPort, quint16(65535));
     QCOMPARE(full.m_strSceneFile, QStringLiteral("a.json"));
     QCOMPARE(full.m_seconds, 0.5);
+    QVERIFY(full.m_hasSeconds);
     QCOMPARE(full.m_strOutFolder, QStringLiteral("o"));
     QCOMPARE(full.m_strJsonFile, QStringLiteral("-"));
 }
@@ -57,6 +60,19 @@ void tst_HostOptions::devicesAreReadWithAndWithoutBrackets()
     const sHostOptions local = options(words("--device [fe80::1%lo]:8554"));
     QCOMPARE(local.m_strAddress, QStringLiteral("fe80::1%lo"));
     QCOMPARE(local.m_nPort, quint16(8554));
+    QVERIFY(local.m_otherDevices.isEmpty());
+}
+
+void tst_HostOptions::moreDevicesAreTheOtherOnes()
+{
+    const sHostOptions found = options(words("--device a:1 --device [::1]:2 --device c:3"));
+    QCOMPARE(found.m_strAddress, QStringLiteral("a"));
+    QCOMPARE(found.m_nPort, quint16(1));
+    QCOMPARE(found.m_otherDevices.size(), 2);
+    QCOMPARE(found.m_otherDevices[0].m_strAddress, QStringLiteral("::1"));
+    QCOMPARE(found.m_otherDevices[0].m_nPort, quint16(2));
+    QCOMPARE(found.m_otherDevices[1].m_strAddress, QStringLiteral("c"));
+    QCOMPARE(options(words("--device a:1 --device b")).m_action, sHostOptions::eAction::Refuse);
 }
 
 void tst_HostOptions::wrongCommandLinesAreRefused_data()

@@ -157,17 +157,24 @@ void DeviceSession::setDevices(const QList<sSceneDevice> &devices)
         for (int nDevice = 0; nDevice < devices.size(); ++nDevice)
             applyFps(m_devices[std::size_t(nDevice)], devices[nDevice].m_nFps);
     } else {
-        const bool isOnline = device().m_isOnline;
         endReader();
-        forgetDevices();
-        buildDevices(devices);
-        for (sSessionDevice &device : m_devices) {
-            device.m_isOnline = isOnline;
-            device.m_pDevice->setOnlineFlag(isOnline);
-        }
+        replaceDevices(devices);
         resumeReader();
     }
     Q_EMIT changed();
+}
+
+/** Other ones, not changed ones: render threads read a device's configuration at any time. */
+void DeviceSession::replaceDevices(const QList<sSceneDevice> &devices)
+{
+    const std::vector<sSessionDevice> present = m_devices;
+    forgetDevices();
+    buildDevices(devices);
+    for (std::size_t index = 0; index < m_devices.size(); ++index) {
+        sSessionDevice &device = m_devices[index];
+        device.m_isOnline = index < present.size() ? present[index].m_isOnline : m_isStarted;
+        device.m_pDevice->setOnlineFlag(device.m_isOnline);
+    }
 }
 
 void DeviceSession::setReading(eReading eWanted)

@@ -111,6 +111,7 @@ private:
 
     sSessionDevice &active() { return m_devices[std::size_t(m_nActive)]; }
     void buildDevices(const QList<sSceneDevice> &devices);
+    void replaceDevices(const QList<sSceneDevice> &devices);
     void forgetDevices();
     void endReader();
     void resumeReader();

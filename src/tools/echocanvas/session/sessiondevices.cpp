@@ -10,6 +10,22 @@ namespace Morvek::Tools {
 using BizModel::Device;
 using BizModel::DeviceList;
 
+namespace {
+
+/** Only before anybody else knows the device: nothing but the rate may be written later. */
+void applySettings(sSessionDevice &device, const sSceneDevice &settings)
+{
+    device.m_settings = settings;
+    device.m_pDevice->setIPAddress(settings.m_strAddress);
+    BizModel::s_EchoVideoConfig &config = device.m_pDevice->deviceConfig().EchoVideoCfg;
+    config.ECVideoSourceType = settings.m_eSourceType;
+    config.RemotePort = settings.m_nPort;
+    config.VideoSourcePath = settings.m_strFile;
+    config.FPS = quint8(settings.m_nFps);
+}
+
+} // namespace
+
 sSessionDevice makeSessionDevice(const sSceneDevice &settings)
 {
     sSessionDevice device;
@@ -27,17 +43,6 @@ sSessionDevice makeSessionDevice(const sSceneDevice &settings)
         pDevices->setEchoVideoRect(nModel, quint8(nInput), tileRect(settings.m_nTiles, nInput));
     pDevices->addDevice(device.m_pDevice);
     return device;
-}
-
-void applySettings(sSessionDevice &device, const sSceneDevice &settings)
-{
-    device.m_settings = settings;
-    device.m_pDevice->setIPAddress(settings.m_strAddress);
-    BizModel::s_EchoVideoConfig &config = device.m_pDevice->deviceConfig().EchoVideoCfg;
-    config.ECVideoSourceType = settings.m_eSourceType;
-    config.RemotePort = settings.m_nPort;
-    config.VideoSourcePath = settings.m_strFile;
-    applyFps(device, settings.m_nFps);
 }
 
 void applyFps(sSessionDevice &device, int nFps)

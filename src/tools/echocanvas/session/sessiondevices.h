@@ -23,13 +23,6 @@ struct sSessionDevice
  */
 sSessionDevice makeSessionDevice(const sSceneDevice &settings);
 
-/**
- * Writes settings that may change without another device: address, port, source, file, rate.
- *
- * Only while nothing reads it, except for the rate, which the library reads at any time.
- */
-void applySettings(sSessionDevice &device, const sSceneDevice &settings);
-
 /** Previews a second and layer, at any time. @param nFps  0 to 255 */
 void applyFps(sSessionDevice &device, int nFps);
 
