@@ -171,6 +171,7 @@ class DeviceProcess
 public:
     DeviceProcess()
     {
+        m_process.setStandardErrorFile(QProcess::nullDevice());
         m_process.start(QStringLiteral(ECHODEVICE_PROGRAM), {"--fps", "12", "--tiles", "16"});
         if (m_process.waitForReadyRead(10000))
             m_nPort = m_process.readLine().trimmed().split(':').last().toInt();
@@ -254,7 +255,8 @@ void printCase(const sCase &runs, const std::map<QString, std::vector<QJsonObjec
     }
 }
 
-int runAll(int nSeconds, int nRounds)
+// Only the cases of so many layers, where that is not 0.
+int runAll(int nSeconds, int nRounds, int nOnlyLayers)
 {
     const DeviceProcess device;
     if (device.port() == 0) {
@@ -273,6 +275,8 @@ int runAll(int nSeconds, int nRounds)
            "picture, ms | p95 | allocations per layer | large ones | ours / this, CPU per layer "
            "|\n|---|---|---|---|---|---|---|---|---|---|---|\n";
     for (const sCase &runs : cases) {
+        if (nOnlyLayers != 0 && runs.m_nLayers != nOnlyLayers)
+            continue;
         std::map<QString, std::vector<QJsonObject>> results;
         for (int nRound = 0; nRound < nRounds; ++nRound) {
             for (const QString &strWay : runs.m_ways)
@@ -295,20 +299,20 @@ int main(int argc, char **argv)
     parser.addOption({"seconds", "Measure each way for so long.", "N", "5"});
     parser.addOption({"rounds", "Measure each way so often.", "N", "3"});
     parser.addOption({"way", "Only this way, in this process, with its figures as JSON.", "WAY"});
-    parser.addOption({"layers", "With --way: how many.", "N", "16"});
+    parser.addOption({"layers", "Only with so many layers.", "N", "0"});
     parser.addOption({"whole", "With --way: whole tiles, without crop and opacity."});
     parser.addOption({"port", "With --way: of the device on this machine.", "N", "0"});
     parser.process(app);
 
     const int nSeconds = parser.value("seconds").toInt();
     if (!parser.isSet("way"))
-        return runAll(nSeconds, parser.value("rounds").toInt());
+        return runAll(nSeconds, parser.value("rounds").toInt(), parser.value("layers").toInt());
     const auto itWay = ways().find(parser.value("way"));
     if (itWay == ways().end()) {
         QTextStream(stderr) << "no such way: " << parser.value("way") << "\n";
         return 2;
     }
-    const sWork work{quint16(parser.value("port").toUInt()), parser.value("layers").toInt(),
-                     parser.isSet("whole")};
+    const sWork work{quint16(parser.value("port").toUInt()),
+                     std::max(1, parser.value("layers").toInt()), parser.isSet("whole")};
     return runWay(itWay->second, work, nSeconds);
 }
