@@ -20,8 +20,7 @@ QImage CanvasPool::take(const QSize &size)
 
 void CanvasPool::add(const QImage &preview)
 {
-    const auto isSame = [&](const QImage &other) { return other.cacheKey() == preview.cacheKey(); };
-    if (preview.isNull() || std::any_of(m_previews.begin(), m_previews.end(), isSame))
+    if (preview.isNull())
         return;
     try {
         m_previews.push_back(preview);

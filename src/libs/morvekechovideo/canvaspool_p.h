@@ -24,7 +24,7 @@ public:
 
     /** A straight ARGB32 canvas of this size, whatever it shows, that nobody else holds; or null. */
     QImage take(const QSize &size);
-    /** Keeps this preview in sight; it stays with those who hold it. */
+    /** Keeps a new preview in sight; it stays with those who hold it. */
     void add(const QImage &preview);
 
 private:

@@ -126,7 +126,8 @@ void LayerVideoManager::renderLayer(const sLayerVideoConfig &layerVideoCfg,
     // would first copy what is about to be overwritten.
     layerVideoCanvas = QImage();
     asyncVideoPrerenderTask(layerVideoCfg, layerVideoCanvas, inputVideoFrame, &memory);
-    memory.canvases().add(layerVideoCanvas);
+    if (layerVideoCanvas.cacheKey() != layerVideoCfg.m_LayerVideoCanvas.cacheKey())
+        memory.canvases().add(layerVideoCanvas); // a new one
 }
 
 // Every layer once more, due or not, in store order. @thread render, which holds its m_mtxFPS

@@ -29,7 +29,6 @@ private Q_SLOTS:
     void previewThatNobodyHoldsIsUsedAgain();
     void previewThatSomebodyHoldsIsNot();
     void onlyCanvasesOfTheSizeAndFormat();
-    void samePreviewIsAddedOnce();
     void sparesAreFew();
     void previewsAreNotKeptForEver();
 };
@@ -67,17 +66,6 @@ void tst_CanvasPool::onlyCanvasesOfTheSizeAndFormat()
     QVERIFY(pool.take(Size).isNull());
     QVERIFY(pool.take(QSize()).isNull());
     QCOMPARE(pool.take(QSize(8, 7)).size(), QSize(8, 7));
-}
-
-void tst_CanvasPool::samePreviewIsAddedOnce()
-{
-    CanvasPool pool;
-    QImage shown = preview();
-    pool.add(shown);
-    pool.add(shown); // delivered again
-    shown = QImage();
-    QVERIFY(!pool.take(Size).isNull());
-    QVERIFY(pool.take(Size).isNull());
 }
 
 void tst_CanvasPool::sparesAreFew()

@@ -2,6 +2,7 @@
 
 #include "borderramp_p.h"
 #include "quickdrawing/borderfade_p.h"
+#include "quickdrawing/pixelgather_p.h"
 #include "quickdrawing/scalemap_p.h"
 #include "quickdrawing/tonelookup_p.h"
 #include "quickdrawing/tonetable_p.h"
@@ -51,6 +52,8 @@ private Q_SLOTS:
     void opaquePixelsAreRoundedAlikeEverywhere();
     void everyFormLooksUpTheSame_data();
     void everyFormLooksUpTheSame();
+    void everyFormGathersTheSame_data();
+    void everyFormGathersTheSame();
     void tablesAreKeptAndForgotten();
     void fadeIsThatOfTheTiles_data();
     void fadeIsThatOfTheTiles();
@@ -283,6 +286,49 @@ void tst_QuickDrawingParts::everyFormLooksUpTheSame()
             QCOMPARE(pixels[i], i < nPixels ? toned : before[i]);
         }
     }
+}
+
+void tst_QuickDrawingParts::everyFormGathersTheSame_data()
+{
+    QTest::addColumn<int>("form");
+
+    QTest::newRow("plain") << int(eGatherForm::Plain);
+    QTest::newRow("AVX2") << int(eGatherForm::Avx2);
+}
+
+// Upscaled, downscaled, mirrored and mixed; from pictures that end right behind their last pixel.
+void tst_QuickDrawingParts::everyFormGathersTheSame()
+{
+    QFETCH(int, form);
+    if (!isGatherFormSupported(eGatherForm(form)))
+        QSKIP("not on this processor", "");
+
+    QRandomGenerator random(6);
+    int nAtOnce = 0;
+    for (int i = 0; i < rounds(5000); ++i) {
+        const int nPicture = random.bounded(1, 120);
+        std::vector<QRgb> picture(size_t(nPicture), 0);
+        random.generate(picture.begin(), picture.end());
+        std::vector<int> columns(size_t(random.bounded(1, 150)));
+        const double scale = random.bounded(1, 40) / 10.0;
+        const bool isMirrored = random.bounded(2) == 0;
+        for (size_t x = 0; x < columns.size(); ++x) {
+            columns[x] = qMin(int(double(x) * scale), nPicture - 1);
+            if (random.bounded(300) == 0)
+                columns[x] = random.bounded(nPicture);
+        }
+        if (isMirrored)
+            std::reverse(columns.begin(), columns.end());
+        const QRgb inverted = random.bounded(2) == 0 ? 0 : 0x00ffffff;
+        std::vector<QRgb> row(columns.size() + 1, 7);
+        const GatheredColumns gathered(columns, nPicture);
+        nAtOnce += int(!gathered.m_windows.empty());
+        gathered.gather(picture.data(), inverted, row.data(), eGatherForm(form));
+        for (size_t x = 0; x < columns.size(); ++x)
+            QCOMPARE(row[x], (picture[size_t(columns[x])] | 0xff000000U) ^ inverted);
+        QCOMPARE(row.back(), 7U);
+    }
+    QVERIFY(nAtOnce > rounds(5000) / 3);
 }
 
 void tst_QuickDrawingParts::tablesAreKeptAndForgotten()

@@ -211,7 +211,7 @@ bool LayerPainter::choosePixels(const sLayerVideoConfig &layerVideoCfg, const QS
                shownSize.width(), canvasSize.width(), isMirroredHori(item), columns)
         && choose(Qt::Vertical, picture.height(), source.m_sizeLayerSource.height(), shown.top(),
                   shownSize.height(), canvasSize.height(), isMirroredVert(item), choice.m_rows);
-    choice.m_columns = sColumns(columns);
+    choice.m_columns = GatheredColumns(columns, picture.width());
     return isChosen;
 }
 

@@ -68,7 +68,7 @@ private:
     /** Which pixel of the picture is drawn where. */
     struct sPixelChoice
     {
-        sColumns m_columns;
+        GatheredColumns m_columns;
         ScaleMap m_rows;
         sColorEffects m_effects;
     };

@@ -1,7 +1,5 @@
 #include "pixelrows_p.h"
 
-#include <algorithm>
-
 namespace Morvek::EchoVideo::Internal {
 
 namespace {
@@ -28,24 +26,15 @@ QRgb grayPixel(uint nGray)
 }
 
 template <typename PixelAt>
-void fillRow(const sColumns &columns, QRgb *pRow, PixelAt pixelAt)
+void fillRow(const GatheredColumns &columns, QRgb *pRow, PixelAt pixelAt)
 {
-    const int *const pColumns = columns.m_columns.data();
-    const int nPixels = int(columns.m_columns.size());
-    if (columns.m_isUnscaled) {
-        // The same pixels, in a form that the compiler vectorises.
-        const int nFirst = pColumns[0];
-        for (int i = 0; i < nPixels; ++i)
-            pRow[i] = pixelAt(nFirst + i);
-    } else {
-        for (int i = 0; i < nPixels; ++i)
-            pRow[i] = pixelAt(pColumns[i]);
-    }
+    for (const int nColumn : columns.columns())
+        *pRow++ = pixelAt(nColumn);
 }
 
 // The three formats, with the effects decided outside the loop.
 template <typename PixelAt>
-void fillRowWithEffects(const sColumns &columns, const sColorEffects &effects, QRgb *pRow,
+void fillRowWithEffects(const GatheredColumns &columns, const sColorEffects &effects, QRgb *pRow,
                         PixelAt pixelAt)
 {
     const QRgb inverted = effects.m_isReverse ? AllColors : 0;
@@ -57,13 +46,6 @@ void fillRowWithEffects(const sColumns &columns, const sColorEffects &effects, Q
 }
 
 } // namespace
-
-sColumns::sColumns(const ScaleMap &columns)
-    : m_columns(columns)
-{
-    const auto isGap = [](int nColumn, int nNext) { return nNext != nColumn + 1; };
-    m_isUnscaled = std::adjacent_find(m_columns.begin(), m_columns.end(), isGap) == m_columns.end();
-}
 
 bool isReadable(const QImage &picture)
 {
@@ -84,7 +66,7 @@ int depthOfPicture(const QImage &picture, const sColorEffects &effects)
     return effects.m_isMono ? BitsOfGray : picture.depth();
 }
 
-void rowOfPicture(const QImage &picture, int nRow, const sColumns &columns,
+void rowOfPicture(const QImage &picture, int nRow, const GatheredColumns &columns,
                   const sColorEffects &effects, QRgb *pRow)
 {
     const uchar *const pBytes = picture.constScanLine(nRow);
@@ -102,7 +84,10 @@ void rowOfPicture(const QImage &picture, int nRow, const sColumns &columns,
         });
         break;
     default:
-        fillRowWithEffects(columns, effects, pRow, [=](int x) { return pPixels[x]; });
+        if (effects.m_isMono)
+            fillRowWithEffects(columns, effects, pRow, [=](int x) { return pPixels[x]; });
+        else
+            columns.gather(pPixels, effects.m_isReverse ? AllColors : 0, pRow);
         break;
     }
 }

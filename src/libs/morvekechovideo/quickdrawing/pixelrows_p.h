@@ -1,7 +1,7 @@
 #ifndef MORVEK_ECHOVIDEO_PIXELROWS_P_H
 #define MORVEK_ECHOVIDEO_PIXELROWS_P_H
 
-#include "scalemap_p.h"
+#include "pixelgather_p.h"
 
 #include <QColor>
 #include <QImage>
@@ -13,15 +13,6 @@ struct sColorEffects
 {
     bool m_isMono = false;
     bool m_isReverse = false;
-};
-
-/** For each pixel of a row the picture's column. */
-struct sColumns
-{
-    explicit sColumns(const ScaleMap &columns = ScaleMap());
-
-    ScaleMap m_columns;
-    bool m_isUnscaled = false; ///< one column after the other
 };
 
 /** Whether rowOfPicture() can read such a picture; translucent ones it cannot. */
@@ -37,7 +28,7 @@ int depthOfPicture(const QImage &picture, const sColorEffects &effects);
  * @param nRow     of the picture
  * @param pRow     receives as many opaque pixels as there are columns
  */
-void rowOfPicture(const QImage &picture, int nRow, const sColumns &columns,
+void rowOfPicture(const QImage &picture, int nRow, const GatheredColumns &columns,
                   const sColorEffects &effects, QRgb *pRow);
 
 } // namespace Morvek::EchoVideo::Internal
