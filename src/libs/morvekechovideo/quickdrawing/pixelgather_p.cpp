@@ -38,6 +38,7 @@ GatheredColumns::GatheredColumns(const std::vector<int> &columns, int nPicture)
 {
     if (nPicture < Window)
         return;
+    m_windows.reserve(m_columns.size() / PixelsAtOnce);
     for (size_t i = 0; i + PixelsAtOnce <= m_columns.size(); i += PixelsAtOnce) {
         const auto first = m_columns.begin() + qptrdiff(i);
         const auto [least, most] = std::minmax_element(first, first + PixelsAtOnce);
