@@ -200,6 +200,7 @@ void DeviceSession::endReader()
 {
     if (m_devices.empty())
         return;
+    active().m_pDevice->setOnlineFlag(true);
     PixmapReader::instance()->stopRead();
     active().m_pDevice->setOnlineFlag(device().m_isOnline);
 }
