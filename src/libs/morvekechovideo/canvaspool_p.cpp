@@ -27,14 +27,19 @@ void CanvasPool::add(const QImage &preview)
     } catch (const std::bad_alloc &) {
         return; // then it is not used again
     }
+    if (m_previews.size() > MostPreviews)
+        m_previews.pop_front();
+    trim(MostSpares);
+}
+
+void CanvasPool::trim(int nMostSpares)
+{
     int nSpares = 0;
     for (auto it = m_previews.end(); it != m_previews.begin();) {
         --it;
-        if (it->isDetached() && ++nSpares > MostSpares)
+        if (it->isDetached() && ++nSpares > nMostSpares)
             it = m_previews.erase(it);
     }
-    if (m_previews.size() > MostPreviews)
-        m_previews.pop_front();
 }
 
 } // namespace Morvek::EchoVideo::Internal

@@ -26,6 +26,8 @@ public:
     QImage take(const QSize &size);
     /** Keeps a new preview in sight; it stays with those who hold it. */
     void add(const QImage &preview);
+    /** Gives back all but so many of those that nobody holds. */
+    void trim(int nMostSpares);
 
 private:
     static constexpr size_t MostPreviews = 4096;

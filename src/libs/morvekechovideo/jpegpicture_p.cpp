@@ -77,6 +77,11 @@ struct sDecoder
     jpeg_decompress_struct m_jpeg = {};
     jpeg_error_mgr m_errors = {};
     std::jmp_buf m_onError;
+
+    sDecoder() = default;
+    ~sDecoder() { jpeg_destroy_decompress(&m_jpeg); }
+    sDecoder(const sDecoder &) = delete;
+    sDecoder &operator=(const sDecoder &) = delete;
 };
 
 [[noreturn]] void giveUp(j_common_ptr pJpeg)
@@ -156,9 +161,7 @@ QImage decodeCommonJpeg(const QByteArray &baPicture)
     sDecoder decoder;
     prepare(decoder);
     QImage picture;
-    const bool isDecoded = decode(decoder, baPicture, picture);
-    jpeg_destroy_decompress(&decoder.m_jpeg);
-    return isDecoded ? picture : QImage();
+    return decode(decoder, baPicture, picture) ? picture : QImage();
 }
 
 #else

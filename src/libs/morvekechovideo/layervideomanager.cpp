@@ -1,6 +1,5 @@
 #include "layervideomanager.h"
 
-#include "echoframe_p.h"
 #include "layersize_p.h"
 #include "layervideoprerendertask_p.h"
 #include "metatypes_p.h"
@@ -15,19 +14,6 @@ namespace Morvek::EchoVideo {
 
 using Internal::LayerVideoPrerenderTask;
 using Morvek::BizModel::DeviceList;
-
-namespace {
-
-// Made once for as many layers of one size as follow each other; who draws into it gets a copy.
-QImage blackPicture(const QSize &size)
-{
-    static thread_local QImage picture;
-    if (picture.size() != size)
-        picture = Internal::filledPicture(size, Internal::NoSignalVideo);
-    return picture;
-}
-
-} // namespace
 
 std::optional<QPixmap> LayerVideoManager::m_frozenIcon;
 
@@ -121,7 +107,7 @@ void LayerVideoManager::renderLayer(const sLayerVideoConfig &layerVideoCfg,
                                     Internal::PreviewMemory &memory)
 {
     if (!inputVideoFrame.isNull())
-        inputVideoFrame = blackPicture(Internal::layerSize(layerVideoCfg.m_LayerItem));
+        inputVideoFrame = memory.blackPicture(Internal::layerSize(layerVideoCfg.m_LayerItem));
     // The last preview is still held by whoever it was delivered to: filling the same picture again
     // would first copy what is about to be overwritten.
     layerVideoCanvas = QImage();

@@ -216,14 +216,20 @@ private:
     Q_DISABLE_COPY(LayerVideoManager)
 
     void createConnect();
-    void videoPrerender(const sLayerVideoConfig &layerVideoCfg, QImage &layerVideoCanvas,
-                        QImage &inputVideoFrame, Internal::PreviewMemory *pMemory) const;
-    void asyncVideoPrerenderTask(const sLayerVideoConfig &layerVideoCfg, QImage &layerVideoCanvas,
-                                 QImage &inputVideoFrame, Internal::PreviewMemory *pMemory) const;
-    void refreshAllLayerForNoSignal(QImage &layerVideoCanvas, QImage &inputVideoFrame,
-                                    Internal::PreviewMemory &memory);
-    void renderLayer(const sLayerVideoConfig &layerVideoCfg, QImage &layerVideoCanvas,
-                     QImage &inputVideoFrame, Internal::PreviewMemory &memory);
+    MORVEK_ECHOVIDEO_NO_EXPORT void videoPrerender(const sLayerVideoConfig &layerVideoCfg,
+                                                   QImage &layerVideoCanvas,
+                                                   QImage &inputVideoFrame,
+                                                   Internal::PreviewMemory *pMemory) const;
+    MORVEK_ECHOVIDEO_NO_EXPORT void asyncVideoPrerenderTask(const sLayerVideoConfig &layerVideoCfg,
+                                                            QImage &layerVideoCanvas,
+                                                            QImage &inputVideoFrame,
+                                                            Internal::PreviewMemory *pMemory) const;
+    MORVEK_ECHOVIDEO_NO_EXPORT void refreshAllLayerForNoSignal(QImage &layerVideoCanvas,
+                                                               QImage &inputVideoFrame,
+                                                               Internal::PreviewMemory &memory);
+    MORVEK_ECHOVIDEO_NO_EXPORT void renderLayer(const sLayerVideoConfig &layerVideoCfg,
+                                                QImage &layerVideoCanvas, QImage &inputVideoFrame,
+                                                Internal::PreviewMemory &memory);
     void removeLayerVideos(const QList<sLayerUniqueIdentifies> &layerIdentifis);
 
     const ReadInputVideoFrameCallback m_cbReadInputVideoFrame;

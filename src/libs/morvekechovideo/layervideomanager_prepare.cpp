@@ -171,31 +171,24 @@ void LayerVideoManager::videoPrerender(const sLayerVideoConfig &layerVideoCfg,
                                        Internal::PreviewMemory *pMemory) const
 {
     const QSize size = Internal::layerSize(layerVideoCfg.m_LayerItem);
-    const auto prepareCanvas = [&] {
-        if (layerVideoCanvas.isNull() || layerVideoCanvas.size() != size)
-            layerVideoCanvas = QImage(size, QImage::Format_ARGB32);
-        if (layerVideoCanvas.isNull() || layerVideoCanvas.width() <= 0
-            || layerVideoCanvas.height() <= 0) {
-            qWarning() << "The layer " << int(layerVideoCfg.m_LayerIdentifies.layerId)
-                       << " size is invalid. reset (2x2)";
-            layerVideoCanvas = QImage(2, 2, QImage::Format_ARGB32);
-        }
-    };
-    // A preview that is there already needs no canvas; only one without a size warns, in its turn.
-    const bool isCanvasLater = pMemory && !size.isEmpty();
-    if (!isCanvasLater)
-        prepareCanvas();
+    if (pMemory && layerVideoCanvas.isNull())
+        layerVideoCanvas = pMemory->canvases().take(size);
+    if (layerVideoCanvas.isNull() || layerVideoCanvas.size() != size)
+        layerVideoCanvas = QImage(size, QImage::Format_ARGB32);
+    if (layerVideoCanvas.isNull() || layerVideoCanvas.width() <= 0
+        || layerVideoCanvas.height() <= 0) {
+        qWarning() << "The layer " << int(layerVideoCfg.m_LayerIdentifies.layerId)
+                   << " size is invalid. reset (2x2)";
+        layerVideoCanvas = QImage(2, 2, QImage::Format_ARGB32);
+    }
+
     inputVideoFramePixmap(layerVideoCfg, inputVideoFrame);
     if (pMemory) {
         const auto making = Internal::previewMaking(layerVideoCfg, inputVideoFrame);
         if (making && !Internal::g_isPlainDrawing && pMemory->hasPreview(layerVideoCfg, *making)) {
+            pMemory->canvases().add(layerVideoCanvas); // not needed
             layerVideoCanvas = layerVideoCfg.m_LayerVideoCanvas;
             return;
-        }
-        if (isCanvasLater) {
-            if (layerVideoCanvas.isNull())
-                layerVideoCanvas = pMemory->canvases().take(size);
-            prepareCanvas();
         }
         if (drawAtOnce(*this, layerVideoCfg, layerVideoCanvas, inputVideoFrame,
                        Internal::ePictureState::Raw)) {

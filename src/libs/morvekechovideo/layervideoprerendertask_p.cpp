@@ -2,6 +2,7 @@
 
 #include "echofps_p.h"
 #include "layervideomanager.h"
+#include "quickdrawing/layerpainter_p.h"
 
 #include <QDebug>
 #include <QMutexLocker>
@@ -77,12 +78,14 @@ void LayerVideoPrerenderTask::run()
         else
             waitForWork();
     }
+    LayerPainter::ofThisThread().forget();
     qInfo() << "Layer Video PreRender Thread Exit";
 }
 
 void LayerVideoPrerenderTask::pauseRefresh()
 {
     qDebug() << "Pause refresh";
+    m_memory.canvases().trim(0);
     {
         QMutexLocker locker(&m_mtxFPS);
         // A wake-up ends the pause. One that came just before the wait is lost; looking again now
@@ -105,11 +108,13 @@ void LayerVideoPrerenderTask::waitForWork()
         nInterval = intervalMs(fps());
     }
 
+    m_memory.canvases().trim(CanvasPool::MostSpares);
     QMutexLocker locker(&m_mtxFPS);
     if (m_bStoped)
         return;
     if (isOffline) {
         m_pMgr->refreshAllLayerForNoSignal(m_LayerVideoCanvas, m_InputVideoFrame, m_memory);
+        m_memory.canvases().trim(0);
         m_wcFPS.wait(&m_mtxFPS); // nothing to show until somebody changes something
     } else {
         m_wcFPS.wait(&m_mtxFPS, nInterval);

@@ -1,5 +1,6 @@
 #include "previewmemory_p.h"
 
+#include "echoframe_p.h"
 #include "layersize_p.h"
 #include "layervideomanager.h"
 
@@ -32,6 +33,12 @@ auto asTuple(const sLayerSource &source)
     return std::make_tuple(source.m_eLayerSourceType, source.m_bLayerSourceIntercept);
 }
 
+// So does QColor, outside RGB.
+bool areEqual(const QColor &left, const QColor &right)
+{
+    return left.rgba64() == right.rgba64();
+}
+
 bool isTiny(const QImage &picture)
 {
     return picture.width() <= TinyPicture && picture.height() <= TinyPicture;
@@ -48,12 +55,12 @@ bool operator==(const sPreviewMaking &left, const sPreviewMaking &right)
 {
     return left.m_nPictureKey == right.m_nPictureKey && left.m_nMarkKey == right.m_nMarkKey
         && asTuple(left.m_item) == asTuple(right.m_item)
-        && left.m_item.m_layerColor == right.m_item.m_layerColor
+        && areEqual(left.m_item.m_layerColor, right.m_item.m_layerColor)
         && asTuple(left.m_source) == asTuple(right.m_source)
         && left.m_source.m_rectLayerSourceIntercept == right.m_source.m_rectLayerSourceIntercept
         && left.m_source.m_sizeLayerSource == right.m_source.m_sizeLayerSource
         && left.m_border.m_borderType == right.m_border.m_borderType
-        && left.m_border.m_borderColor == right.m_border.m_borderColor
+        && areEqual(left.m_border.m_borderColor, right.m_border.m_borderColor)
         && left.m_border.m_borderSize == right.m_border.m_borderSize
         && left.m_mask.m_bMaskEnable == right.m_mask.m_bMaskEnable
         && left.m_mask.m_maskSize == right.m_mask.m_maskSize
@@ -83,11 +90,21 @@ std::optional<sPreviewMaking> previewMaking(const sLayerVideoConfig &layerVideoC
         making.m_nMarkKey = mark->cacheKey();
     if (making.m_source.m_eLayerSourceType == sLayerSource::NoSource)
         return making; // the layer's colour is the picture
-    if (isTiny(picture))
-        making.m_tinyPicture = picture.copy();
-    else
+    if (!isTiny(picture)) {
         making.m_nPictureKey = picture.cacheKey();
+        return making;
+    }
+    making.m_tinyPicture = picture.copy();
+    if (making.m_tinyPicture.isNull())
+        return std::nullopt; // or all that cannot be copied would be the same
     return making;
+}
+
+QImage PreviewMemory::blackPicture(const QSize &size)
+{
+    if (m_blackPicture.size() != size)
+        m_blackPicture = filledPicture(size, NoSignalVideo);
+    return m_blackPicture;
 }
 
 bool PreviewMemory::sKeyLess::operator()(const sLayerUniqueIdentifies &left,
@@ -111,6 +128,9 @@ bool PreviewMemory::hasPreview(const sLayerVideoConfig &layerVideoCfg,
 void PreviewMemory::remember(const sLayerUniqueIdentifies &layerIdentifis,
                              const sPreviewMaking &making, const QImage &preview)
 {
+    // A file that was replaced meanwhile may have given either map.
+    if (making.m_alphaMap && fileIdentity(making.m_strAlphaMapFile) != making.m_alphaMap)
+        return;
     try {
         // Layers come and go; those that are still there are soon remembered again.
         if (m_memories.size() >= MostMemories)

@@ -6,6 +6,7 @@
 #include "quickdrawing/alphamaps_p.h"
 
 #include <QImage>
+#include <QSize>
 
 #include <map>
 #include <optional>
@@ -26,6 +27,7 @@ struct sPreviewMaking
     QImage m_tinyPicture;                    ///< a copy of the source's picture, if it is tiny
 };
 
+/** Exact, also where Qt compares roughly. */
 bool operator==(const sPreviewMaking &left, const sPreviewMaking &right);
 
 /**
@@ -58,7 +60,13 @@ public:
     /** Remembers what a layer's preview was made of. */
     void remember(const sLayerUniqueIdentifies &layerIdentifis, const sPreviewMaking &making,
                   const QImage &preview);
+    /** Memory of previews that were delivered. */
     CanvasPool &canvases() { return m_canvases; }
+    /**
+     * The picture that a callback starts from; made once for as many layers of one size as follow
+     * each other. Who draws into it gets a copy.
+     */
+    QImage blackPicture(const QSize &size);
 
 private:
     struct sKeyLess
@@ -74,6 +82,7 @@ private:
 
     std::map<sLayerUniqueIdentifies, sMemory, sKeyLess> m_memories;
     CanvasPool m_canvases;
+    QImage m_blackPicture;
 };
 
 } // namespace Morvek::EchoVideo::Internal

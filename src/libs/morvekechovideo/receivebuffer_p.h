@@ -31,7 +31,9 @@ public:
     /** Implicit: bytes are a buffer about which nothing is known yet. */
     ReceiveBuffer(const QByteArray &bytes);
 
+    /** Bytes that are left. */
     int size() const { return m_bytes.size() - m_nCut; }
+    /** The first of them. */
     const char *constData() const { return m_bytes.constData() + m_nCut; }
     /** A copy of what is left. */
     QByteArray toByteArray() const { return QByteArray(constData(), size()); }

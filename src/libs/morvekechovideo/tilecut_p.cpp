@@ -51,7 +51,8 @@ bool hasSameProperties(const QImage &left, const QImage &right)
 bool isReusable(const QImage &tile, const QImage &frame, const QRect &rect)
 {
     return !tile.isNull() && tile.isDetached() && tile.size() == rect.size() && isPlainFormat(frame)
-        && hasSameProperties(tile, frame) && frame.rect().contains(rect);
+        && hasSameProperties(tile, frame) && rect.left() >= 0 && rect.top() >= 0
+        && rect.right() < frame.width() && rect.bottom() < frame.height();
 }
 
 void copyPixels(const QImage &frame, const QRect &rect, QImage &tile)

@@ -9,11 +9,12 @@ namespace Morvek::EchoVideo::Internal {
 /** What a tile was cut from: the same frame and rectangle would give the same pixels again. */
 struct sTileOrigin
 {
-    qint64 m_nFrameKey =
-        0; ///< QImage::cacheKey(), a new one whenever the frame's pixels may change
+    /** QImage::cacheKey(): a new one whenever the frame's pixels may have changed. */
+    qint64 m_nFrameKey = 0;
     QRect m_rect;
 };
 
+/** Whether both give the same tile. */
 inline bool operator==(const sTileOrigin &left, const sTileOrigin &right)
 {
     return left.m_nFrameKey == right.m_nFrameKey && left.m_rect == right.m_rect;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
+#include <new>
 #include <vector>
 
 namespace Morvek::EchoVideo::Internal {
@@ -16,6 +17,7 @@ namespace Morvek::EchoVideo::Internal {
  * The records hold local times, and asking one for its milliseconds takes some microseconds: the
  * time zone is looked up. A walk over the records asks each of them. What is remembered is compared
  * with the record's time first, so nothing here need follow what happens to the list; it only pays.
+ * Where the zone changes meanwhile, a time keeps the distance that it had.
  */
 class UpdateTimes
 {
@@ -47,6 +49,8 @@ public:
     void moveToEnd(int nPlace, int nRecords)
     {
         at(nRecords - 1);
+        if (m_known.size() < std::size_t(nRecords))
+            return;
         const auto itRecord = m_known.begin() + nPlace;
         std::rotate(itRecord, itRecord + 1, m_known.begin() + nRecords);
     }
@@ -60,12 +64,19 @@ private:
 
     sKnown &at(int nPlace)
     {
-        if (m_known.size() <= std::size_t(nPlace))
-            m_known.resize(std::size_t(nPlace) + 1);
+        if (m_known.size() <= std::size_t(nPlace)) {
+            try {
+                m_known.resize(std::size_t(nPlace) + 1);
+            } catch (const std::bad_alloc &) {
+                m_unkept = {}; // without memory nothing is remembered
+                return m_unkept;
+            }
+        }
         return m_known[std::size_t(nPlace)];
     }
 
     std::vector<sKnown> m_known;
+    sKnown m_unkept;
     sKnown m_now; // the last time that was asked for
 };
 

@@ -30,6 +30,7 @@ private Q_SLOTS:
     void previewThatSomebodyHoldsIsNot();
     void onlyCanvasesOfTheSizeAndFormat();
     void sparesAreFew();
+    void sparesAreGivenBack();
     void previewsAreNotKeptForEver();
 };
 
@@ -82,6 +83,20 @@ void tst_CanvasPool::sparesAreFew()
     pool.add(one);
     QCOMPARE(pool.m_previews.size(), size_t(1 + CanvasPool::MostSpares));
     QVERIFY(!pool.take(Size).isNull());
+}
+
+void tst_CanvasPool::sparesAreGivenBack()
+{
+    CanvasPool pool;
+    const QImage shown = preview();
+    pool.add(shown);
+    pool.add(preview());
+    pool.add(preview());
+    pool.trim(1);
+    QCOMPARE(pool.m_previews.size(), size_t(2));
+    pool.trim(0);
+    QCOMPARE(pool.m_previews.size(), size_t(1));
+    QCOMPARE(shown, preview());
 }
 
 void tst_CanvasPool::previewsAreNotKeptForEver()

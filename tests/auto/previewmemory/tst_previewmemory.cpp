@@ -109,6 +109,7 @@ private Q_SLOTS:
     void newPictureShows();
     void tinyPicturesAreComparedByTheirPixels();
     void layerWithoutSourceIsRenderedOnce();
+    void smallestStepOfColourShows();
     void replacedMarkShows();
     void changedAlphaMapShows();
     void recordWithAnotherPictureIsRendered();
@@ -233,6 +234,20 @@ void tst_PreviewMemory::layerWithoutSourceIsRenderedOnce()
     COMPARE_PICTURES(first, plainPreviewOf(cfg, QImage()));
     QCOMPARE(renderer.render(cfg.m_LayerIdentifies).constBits(), first.constBits());
     QCOMPARE(renderer.m_nQuestions, 0);
+}
+
+// QColor compares some of its kinds roughly.
+void tst_PreviewMemory::smallestStepOfColourShows()
+{
+    Renderer renderer;
+    sLayerVideoConfig cfg = layer();
+    cfg.m_LayerBorder.m_borderType = BorderType::Invalid;
+    cfg.m_LayerSource.m_eLayerSourceType = sLayerSource::NoSource;
+    for (int i = 0; i < 100; ++i) {
+        cfg.m_LayerItem.m_layerColor = QColor::fromHslF(0.3, 0.5, 0.5 + i * 0.0005);
+        renderer.set(cfg);
+        COMPARE_PICTURES(renderer.render(cfg.m_LayerIdentifies), plainPreviewOf(cfg, QImage()));
+    }
 }
 
 void tst_PreviewMemory::replacedMarkShows()

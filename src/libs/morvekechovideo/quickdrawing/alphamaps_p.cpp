@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
 
 namespace Morvek::EchoVideo::Internal {
 
@@ -48,7 +49,7 @@ bool hasEightBitAlpha(QImage::Format format)
 AlphaMaps::sPlane planeOf(const QImage &map, const QSize &size)
 {
     QImage canvas(size, QImage::Format_ARGB32);
-    if (canvas.isNull() || !(map.isNull() || hasEightBitAlpha(map.format())))
+    if (canvas.isNull() || !hasEightBitAlpha(map.format()))
         return {};
     canvas.fill(Qt::black);
     {
@@ -101,7 +102,11 @@ const AlphaMaps::sPlane *AlphaMaps::find(const QString &strFile, const QSize &si
     }
     if (!identity)
         return nullptr;
-    sPlane plane = planeOf(load(strFile), size);
+    const QImage map = load(strFile);
+    // Nobody knows why: another try may succeed.
+    if (map.isNull())
+        return nullptr;
+    sPlane plane = planeOf(map, size);
     // A file that was replaced meanwhile may have given either contents.
     if (fileIdentity(strFile) != identity)
         return nullptr;

@@ -61,8 +61,8 @@ public:
      * @param strFile  the map
      * @param size     of the layer, in pixels
      * @param load     reads and decodes the file
-     * @return null for a file without an identity, and for a picture that needs more than 8 bits for
-     *         an alpha; else valid until the next call
+     * @return null for a file without an identity, one that cannot be read, and a picture that needs
+     *         more than 8 bits for an alpha; else valid until the next call
      */
     const sPlane *find(const QString &strFile, const QSize &size, const Load &load);
 

@@ -36,7 +36,9 @@ bool isSmallEnough(const QSize &size)
 
 bool isInside(const QRect &part, const QSize &whole)
 {
-    return part.isValid() && QRect(QPoint(0, 0), whole).contains(part);
+    // By its edges: an extreme rectangle's size overflows.
+    return part.left() >= 0 && part.top() >= 0 && part.right() < whole.width()
+        && part.bottom() < whole.height() && part.isValid();
 }
 
 // Whole pixels at the origin: nothing is rounded, and the picture covers the canvas.
@@ -166,6 +168,11 @@ LayerPainter &LayerPainter::ofThisThread()
 {
     static thread_local LayerPainter painter;
     return painter;
+}
+
+void LayerPainter::forget()
+{
+    *this = LayerPainter();
 }
 
 bool LayerPainter::choosePixels(const sLayerVideoConfig &layerVideoCfg, const QSize &canvasSize,

@@ -40,8 +40,13 @@ struct sDrawnLayer
 class LayerPainter
 {
 public:
-    /** The calling thread's own. @thread any */
+    /**
+     * The calling thread's own; what it keeps of geometries, tones and alpha maps is bounded, and
+     * stays as long as the thread. @thread any
+     */
     static LayerPainter &ofThisThread();
+    /** Gives back what it keeps. */
+    void forget();
 
     /**
      * Draws as much of a layer as it can.

@@ -44,6 +44,7 @@ public:
     void gather(const QRgb *pPicture, QRgb inverted, QRgb *pRow,
                 eGatherForm eForm = bestGatherForm()) const;
 
+    /** For each pixel of the row the picture's column. */
     const std::vector<int> &columns() const { return m_columns; }
 
 private:

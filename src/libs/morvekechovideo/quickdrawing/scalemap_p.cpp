@@ -31,6 +31,8 @@ QImage numberedPicture(const sScaling &scaling, int nDigit)
     const bool isHorizontal = scaling.m_orientation == Qt::Horizontal;
     QImage picture(isHorizontal ? scaling.m_nFrom : 1, isHorizontal ? 1 : scaling.m_nFrom,
                    formatOfDepth(scaling.m_nDepth));
+    if (picture.isNull())
+        return picture;
     for (int i = 0; i < scaling.m_nFrom; ++i) {
         const int nNumber = i + 1;
         uchar *const pLine = picture.scanLine(isHorizontal ? 0 : i);
@@ -47,11 +49,15 @@ QImage numberedPicture(const sScaling &scaling, int nDigit)
 QImage scaledPicture(const QImage &picture, const sScaling &scaling)
 {
     constexpr int OtherExtent = 2;
+    if (picture.isNull())
+        return picture;
     const QSize size = scaling.m_orientation == Qt::Horizontal ? QSize(scaling.m_nTo, OtherExtent)
                                                                : QSize(OtherExtent, scaling.m_nTo);
     if (scaling.m_scaling == eScaling::Copied)
         return picture.scaled(size, Qt::IgnoreAspectRatio, Qt::FastTransformation);
     QImage canvas(size, QImage::Format_ARGB32);
+    if (canvas.isNull())
+        return canvas;
     canvas.fill(Qt::transparent);
     QPainter painter(&canvas);
     painter.drawImage(QRectF(QPointF(0, 0), QSizeF(size)), picture);
@@ -60,13 +66,15 @@ QImage scaledPicture(const QImage &picture, const sScaling &scaling)
 
 } // namespace
 
-ScaleMap askForScaleMap(const sScaling &scaling)
+std::optional<ScaleMap> askForScaleMap(const sScaling &scaling)
 {
     const bool isHorizontal = scaling.m_orientation == Qt::Horizontal;
     ScaleMap map(size_t(scaling.m_nTo), 0);
     const int nDigits = scaling.m_nDepth == 8 ? 2 : 1;
     for (int nDigit = 0; nDigit < nDigits; ++nDigit) {
         const QImage scaled = scaledPicture(numberedPicture(scaling, nDigit), scaling);
+        if (scaled.isNull())
+            return std::nullopt;
         if ((isHorizontal ? scaled.width() : scaled.height()) != scaling.m_nTo)
             return ScaleMap();
         for (int i = 0; i < scaling.m_nTo; ++i) {
@@ -89,11 +97,15 @@ const ScaleMap &ScaleMaps::find(const sScaling &scaling)
     if (it != m_maps.end())
         return it->second;
     ScaleMap map(size_t(scaling.m_nTo));
-    if (scaling.m_nFrom == scaling.m_nTo)
+    if (scaling.m_nFrom == scaling.m_nTo) {
         std::iota(map.begin(), map.end(), 0);
-    else
-        map = askForScaleMap(scaling);
-    m_nPositions += map.size();
+    } else if (std::optional<ScaleMap> asked = askForScaleMap(scaling)) {
+        map = std::move(*asked);
+    } else {
+        static const ScaleMap none;
+        return none; // and another try next time
+    }
+    m_nPositions += size_t(scaling.m_nTo);
     return m_maps.emplace(scaling, std::move(map)).first->second;
 }
 

@@ -5,6 +5,7 @@
 #include <QtGlobal>
 
 #include <map>
+#include <optional>
 #include <tuple>
 #include <vector>
 
@@ -41,9 +42,10 @@ struct sScaling
  * Nearest-pixel scaling picks columns and rows independently of each other, so two such maps are the
  * whole of a scaling, and nobody here needs to know how the engine rounds.
  *
- * @return empty where the engine gave no answer for every position
+ * @return empty where the engine gave no answer for every position; nothing where memory ran out
+ * @thread any
  */
-ScaleMap askForScaleMap(const sScaling &scaling);
+std::optional<ScaleMap> askForScaleMap(const sScaling &scaling);
 
 /** Keeps the maps that a thread's layers ask for again and again. @thread one */
 class ScaleMaps

@@ -3,6 +3,7 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <iterator>
 
 namespace Morvek::EchoVideo::Internal {
 

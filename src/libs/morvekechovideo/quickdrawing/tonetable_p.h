@@ -68,6 +68,7 @@ public:
 
     /** False where it could not be allocated. */
     bool isValid() const { return !m_table.isNull(); }
+    /** The steps that it answers for. */
     const sToneSteps &steps() const { return m_steps; }
     /**
      * The 256 gray pixels that become of the 256 opaque grays.
