@@ -1,5 +1,6 @@
 #include "layerpainter_p.h"
 
+#include "drawablesize_p.h"
 #include "layersize_p.h"
 #include "tonerows_p.h"
 
@@ -15,7 +16,6 @@ using Morvek::BizModel::Enum::Layer::BorderType;
 
 namespace {
 
-constexpr int LargestExtent = 8192; // pixels; what is larger is rare, and no map is kept for it
 constexpr int BytesPerPixel = 4;
 
 bool isMirroredHori(const sLayerItem &item)
@@ -26,19 +26,6 @@ bool isMirroredHori(const sLayerItem &item)
 bool isMirroredVert(const sLayerItem &item)
 {
     return item.m_mirroringType == sLayerItem::Vert || item.m_mirroringType == sLayerItem::Both;
-}
-
-bool isSmallEnough(const QSize &size)
-{
-    return size.width() >= 1 && size.height() >= 1 && size.width() <= LargestExtent
-        && size.height() <= LargestExtent;
-}
-
-bool isInside(const QRect &part, const QSize &whole)
-{
-    // By its edges: an extreme rectangle's size overflows.
-    return part.left() >= 0 && part.top() >= 0 && part.right() < whole.width()
-        && part.bottom() < whole.height() && part.isValid();
 }
 
 // Whole pixels at the origin: nothing is rounded, and the picture covers the canvas.
@@ -125,24 +112,6 @@ bool ownCanvas(QImage &canvas)
         return false;
     canvas = fresh;
     return true;
-}
-
-template <size_t BytesOfPixel>
-void copyPixelsOf(const uchar *pFrom, const int *pColumns, int nPixels, uchar *pTo)
-{
-    for (int x = 0; x < nPixels; ++x)
-        std::memcpy(pTo + BytesOfPixel * size_t(x), pFrom + BytesOfPixel * size_t(pColumns[x]),
-                    BytesOfPixel);
-}
-
-void copyPixels(int nBytesOfPixel, const uchar *pFrom, const int *pColumns, int nPixels, uchar *pTo)
-{
-    if (nBytesOfPixel == 1)
-        copyPixelsOf<1>(pFrom, pColumns, nPixels, pTo);
-    else if (nBytesOfPixel == 3)
-        copyPixelsOf<3>(pFrom, pColumns, nPixels, pTo);
-    else
-        copyPixelsOf<BytesPerPixel>(pFrom, pColumns, nPixels, pTo);
 }
 
 QRgb *lineOf(uchar *pBits, int nBytesPerLine, int y)
@@ -338,33 +307,6 @@ bool LayerPainter::drawOpacity(int nOpacity, QImage &canvas)
                     lineOf(pBits, canvas.bytesPerLine(), y));
     }
     return drawUnevenColumns(steps, fade, canvas.rect(), canvas);
-}
-
-bool LayerPainter::crop(const sLayerSource &source, QImage &picture)
-{
-    const QRect &shown = source.m_rectLayerSourceIntercept;
-    const int nDepth = picture.depth();
-    if (!isSmallEnough(picture.size()) || !isSmallEnough(source.m_sizeLayerSource)
-        || !isInside(shown, source.m_sizeLayerSource) || !isReadable(picture))
-        return false;
-    m_scaleMaps.forgetIfLarge();
-    const ScaleMap &columns = m_scaleMaps.find({eScaling::Copied, Qt::Horizontal, nDepth,
-                                                picture.width(), source.m_sizeLayerSource.width()});
-    const ScaleMap &rows = m_scaleMaps.find({eScaling::Copied, Qt::Vertical, nDepth,
-                                             picture.height(), source.m_sizeLayerSource.height()});
-    QImage cut(shown.size(), picture.format());
-    if (columns.empty() || rows.empty() || cut.isNull())
-        return false;
-    for (int y = 0; y < cut.height(); ++y) {
-        const int nRow = rows[size_t(shown.top() + y)];
-        if (y > 0 && nRow == rows[size_t(shown.top() + y - 1)])
-            std::memcpy(cut.scanLine(y), cut.constScanLine(y - 1), size_t(cut.bytesPerLine()));
-        else
-            copyPixels(nDepth / 8, picture.constScanLine(nRow), columns.data() + shown.left(),
-                       cut.width(), cut.scanLine(y));
-    }
-    picture = cut;
-    return true;
 }
 
 } // namespace Morvek::EchoVideo::Internal
