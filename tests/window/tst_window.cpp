@@ -6,6 +6,8 @@
 #include <QLabel>
 #include <QSpinBox>
 
+#include <algorithm>
+
 using namespace Morvek::Tests;
 using namespace Morvek::Tools;
 
@@ -210,8 +212,15 @@ void tst_Window::switchesTheSourceAndBack()
     QTest::keyClick(&source, Qt::Key_End); // the raw file, of which there is none
     QCOMPARE(source.currentData().toString(), QStringLiteral("yuv"));
     QTRY_COMPARE_WITH_TIMEOUT(bench.device().clientCount(), 0, Patience);
+    // The window shows it as the reason only until the reader's own pictures come.
+    const auto cannotOpen = [](const sLogEntry &entry) {
+        return entry.m_strText.contains(QStringLiteral("Cannot open"));
+    };
     QTRY_VERIFY_WITH_TIMEOUT(
-        bench.host().monitor().deviceStatus().m_strReason.contains(QStringLiteral("Cannot open")),
+        [&] {
+            const QList<sLogEntry> entries = bench.host().log().entriesAfter(0);
+            return std::any_of(entries.begin(), entries.end(), cannotOpen);
+        }(),
         Patience);
     bench.action(QStringLiteral("Device online")).trigger();
     // A file reader whose device is offline does not end; the session sees to it.

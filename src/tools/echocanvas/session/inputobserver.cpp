@@ -94,17 +94,21 @@ void InputObserver::judge(const sInputLook &look)
         setState(eInputState::NoSignal, QStringLiteral("device offline"),
                  QStringLiteral("The device is offline."));
     else if (look.m_isOverloaded)
-        setState(eInputState::Overloaded, QStringLiteral("too strong"),
-                 QStringLiteral("The device says that the signal is more than it can show."));
+        setState(
+            eInputState::Overloaded, QStringLiteral("too strong"),
+            QStringLiteral("The device says that the signal is more than it can show: lower the "
+                           "output of the source."));
     else if (!look.m_isActive)
         setState(eInputState::NoSignal, QStringLiteral("not connected"),
-                 QStringLiteral("The device says that nothing is connected."));
+                 QStringLiteral("The device says that nothing is connected: look at the cable."));
     else if (!look.m_isKnown || m_picture.isNull())
         setState(eInputState::Unknown, QStringLiteral("no picture yet"),
                  QStringLiteral("No picture has come yet."));
     else if (m_isBlack)
-        setState(eInputState::NoSignal, QStringLiteral("black picture"),
-                 QStringLiteral("Its part of the echo video is black."));
+        setState(
+            eInputState::NoSignal, QStringLiteral("black picture"),
+            QStringLiteral("Its part of the echo video is black: no signal, or a source that shows "
+                           "black."));
     else
         judgePicture(look.m_nNowMs);
 }

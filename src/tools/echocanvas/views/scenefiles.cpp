@@ -168,9 +168,11 @@ void SceneFiles::slotFileChanged(const sScene &scene)
 
 void SceneFiles::slotFileBroken(const QStringList &problems)
 {
-    m_banner.tell(QStringLiteral("%1 has changed and is no scene any more; the last good one stays")
-                      .arg(m_host.document().title()),
-                  problems, QString());
+    m_banner.tell(
+        QStringLiteral("%1 has changed and is no scene any more; the last good one stays, "
+                       "and the file is read again when it changes")
+            .arg(m_host.document().title()),
+        problems, QString());
 }
 
 } // namespace Morvek::Tools
