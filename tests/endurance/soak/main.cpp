@@ -6,6 +6,7 @@
 #include <QCommandLineParser>
 #include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QThreadPool>
 
 #include <cstdio>
 
@@ -78,6 +79,9 @@ void soak(SoakHost &host, SoakRecord &record, double minutes)
 int main(int argc, char *argv[])
 {
     const QGuiApplication app(argc, argv);
+    // Qt converts large pictures on threads of its own pool, which stay for half a minute: whether
+    // they are there at rest says nothing of the library.
+    QThreadPool::globalInstance()->setExpiryTimeout(0);
     const sOptions options = readOptions();
     // What the library warns of is what was done to it.
     qInstallMessageHandler([](QtMsgType eType, const QMessageLogContext &, const QString &strText) {
