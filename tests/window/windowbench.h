@@ -25,7 +25,7 @@ namespace Morvek::Tests {
 /** Long enough for anything that the window does by itself, on a busy machine, in ms. */
 constexpr int Patience = 30000;
 
-/** Collects every warning while it lives, but for those that the library logs on purpose. */
+/** Collects every warning while it lives, but for those that reading a device brings about. */
 class WarningTrap
 {
 public:

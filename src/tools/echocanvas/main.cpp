@@ -91,8 +91,8 @@ int measure(sScene scene, const sHostOptions &options)
     MeasuredRun run(scene);
     if (!run.start())
         return fail({QStringLiteral("the previews could not be started")});
-    QTimer::singleShot(int(options.m_seconds * 1000), Qt::PreciseTimer, qApp,
-                       &QCoreApplication::quit);
+    QTimer::singleShot(int(options.m_seconds * 1000), Qt::PreciseTimer,
+                       QCoreApplication::instance(), &QCoreApplication::quit);
     QCoreApplication::exec();
     run.finish();
     return deliver(run, scene, options);
