@@ -1,3 +1,4 @@
+#include <builtinpictures.h>
 #include <recentfiles.h>
 #include <scenedocument.h>
 #include <scenereader.h>
@@ -5,6 +6,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -65,7 +67,13 @@ private Q_SLOTS:
     void initTestCase() { qRegisterMetaType<LayerKey>("Morvek::Tools::LayerKey"); }
     void aSceneIsTheSameAfterWritingAndReading();
     void filesBesideTheSceneAreNamedRelativeToIt();
+    void filesOfTheWorkingFolderAreFoundAgain();
+    void aBorderThatIsOffKeepsItsLook();
     void aFileThatCannotBeWrittenIsTold();
+    void aSceneThatCouldNotBeReadAgainIsNotWritten();
+    void anEmptyNameLeavesThePresentOne();
+    void onlyTheEllipseIsBuiltIn();
+    void titlesShowAddressesAsTheyAre();
     void everyPartOfALayerIsUndone_data();
     void everyPartOfALayerIsUndone();
     void anEditThatChangesNothingIsNone();
@@ -137,6 +145,90 @@ void tst_SceneDocument::aFileThatCannotBeWrittenIsTold()
     const QString strError = document.save(QStringLiteral("/nonexistent/scene.json"));
     QVERIFY(strError.contains(QStringLiteral("/nonexistent/scene.json")));
     QCOMPARE(document.fileName(), QString());
+}
+
+void tst_SceneDocument::filesOfTheWorkingFolderAreFoundAgain()
+{
+    const QTemporaryDir folder;
+    sScene scene = builtInScene();
+    scene.m_device.m_strFile = QStringLiteral("clips/a.yuv");
+    const QString strFile = folder.filePath(QStringLiteral("scene.json"));
+    QCOMPARE(writeSceneFile(scene, strFile), QString());
+    QStringList problems;
+    QCOMPARE(readSceneFile(strFile, problems)->m_device.m_strFile,
+             QDir::current().absoluteFilePath(QStringLiteral("clips/a.yuv")));
+}
+
+void tst_SceneDocument::aBorderThatIsOffKeepsItsLook()
+{
+    sScene scene = builtInScene();
+    auto &border = scene.m_screens[0].m_layers[0].m_config.m_LayerBorder;
+    border.m_borderColor = QColor(1, 2, 3, 4);
+    border.m_borderSize = QSize(5, 6);
+    QStringList problems;
+    const QString strName = QStringLiteral("scene.json");
+    const auto again = readScene(sceneText(scene, strName), strName, problems);
+    QCOMPARE(problems, QStringList());
+    QVERIFY(again->m_screens[0].m_layers[0] == scene.m_screens[0].m_layers[0]);
+}
+
+void tst_SceneDocument::aSceneThatCouldNotBeReadAgainIsNotWritten()
+{
+    const QTemporaryDir folder;
+    const QString strFile = folder.filePath(QStringLiteral("scene.json"));
+    SceneDocument document;
+    document.setScene(builtInScene(), QString());
+    sSceneLayer layer = document.scene().m_screens[0].m_layers[2];
+    layer.m_config.m_LayerAlphaMap.m_strAlphaMapFile = folder.filePath(QStringLiteral("gone.png"));
+    document.editLayer(layer, eLayerPart::AlphaMap);
+    const QString strError = document.save(strFile);
+    QVERIFY2(strError.contains(QStringLiteral("screens[0].layers[2].alphaMap")),
+             qPrintable(strError));
+    QVERIFY(!QFile::exists(strFile));
+    QVERIFY(document.isModified());
+    document.undoStack().undo();
+    QCOMPARE(document.save(strFile), QString());
+}
+
+void tst_SceneDocument::anEmptyNameLeavesThePresentOne()
+{
+    SceneDocument document;
+    document.setScene(builtInScene(), QString());
+    const sSceneLayer before = document.scene().m_screens[0].m_layers[0];
+    sSceneLayer layer = before;
+    layer.m_strName.clear();
+    document.editLayer(layer, eLayerPart::Name);
+    QVERIFY(document.scene().m_screens[0].m_layers[0] == before);
+    QVERIFY(!document.isModified());
+}
+
+void tst_SceneDocument::onlyTheEllipseIsBuiltIn()
+{
+    const QTemporaryDir folder;
+    BuiltInAlphaMaps maps;
+    sSceneLayer layer;
+    QString &strFile = layer.m_config.m_LayerAlphaMap.m_strAlphaMapFile;
+    strFile = QStringLiteral("builtin:ellipse");
+    QVERIFY(maps.provide(layer));
+    QVERIFY(QFile::exists(strFile));
+    const QString strOther =
+        QDir(QFileInfo(strFile).path()).relativeFilePath(folder.filePath(QStringLiteral("map")));
+    strFile = QStringLiteral("builtin:") + strOther;
+    QVERIFY(maps.provide(layer));
+    QCOMPARE(strFile, QStringLiteral("builtin:") + strOther);
+    QVERIFY(!QFile::exists(folder.filePath(QStringLiteral("map.png"))));
+}
+
+void tst_SceneDocument::titlesShowAddressesAsTheyAre()
+{
+    sSceneDevice device;
+    device.m_strAddress = QStringLiteral("fe80::1%2");
+    device.m_nPort = 8554;
+    QCOMPARE(device.title(), QStringLiteral("[fe80::1%2]:8554"));
+    device.m_strAddress = QStringLiteral("10.0.0.7");
+    QCOMPARE(device.title(), QStringLiteral("10.0.0.7:8554"));
+    device.m_strName = QStringLiteral("Wall");
+    QCOMPARE(device.title(), QStringLiteral("Wall"));
 }
 
 void tst_SceneDocument::everyPartOfALayerIsUndone_data()

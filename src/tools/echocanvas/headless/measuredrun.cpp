@@ -24,7 +24,7 @@ QString deviceText(const sSceneDevice &device)
         return device.m_strFile;
     const bool isIPv6 = device.m_strAddress.contains(QLatin1Char(':'));
     const QString strPattern = isIPv6 ? QStringLiteral("[%1]:%2") : QStringLiteral("%1:%2");
-    return strPattern.arg(device.m_strAddress).arg(device.m_nPort);
+    return strPattern.arg(device.m_strAddress, QString::number(device.m_nPort));
 }
 
 sLayerReport layerReport(const LayerFigures &figures, const QString &strScreen)

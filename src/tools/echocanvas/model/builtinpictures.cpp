@@ -11,7 +11,8 @@ namespace {
 
 constexpr QSize IconSize(24, 24);       // what the library draws it at
 constexpr QSize AlphaMapSize(960, 540); // the library scales it to each layer
-constexpr qreal SoftRim = 0.08;         // share of the radius over which the ellipse fades
+const char *const EllipseName = "ellipse";
+constexpr qreal SoftRim = 0.08; // share of the radius over which the ellipse fades
 
 /** One arm of the snow crystal, pointing up from the origin. */
 void drawArm(QPainter &painter)
@@ -70,8 +71,9 @@ bool BuiltInAlphaMaps::provide(sScene &scene)
 bool BuiltInAlphaMaps::provide(sSceneLayer &layer)
 {
     QString &strFile = layer.m_config.m_LayerAlphaMap.m_strAlphaMapFile;
-    if (strFile.startsWith(QLatin1String(BuiltInPrefix)))
-        strFile = fileFor(strFile.mid(int(qstrlen(BuiltInPrefix))));
+    // No other is drawn, and what stands behind the prefix may be any path.
+    if (strFile == QLatin1String(BuiltInPrefix) + QLatin1String(EllipseName))
+        strFile = fileFor(QLatin1String(EllipseName));
     return m_strError.isEmpty();
 }
 

@@ -46,7 +46,8 @@ QString sSceneDevice::title() const
         return m_strName;
     const bool isIPv6 = m_strAddress.contains(QLatin1Char(':'));
     const QString strPattern = isIPv6 ? QStringLiteral("[%1]:%2") : QStringLiteral("%1:%2");
-    return strPattern.arg(m_strAddress).arg(m_nPort);
+    // Both at once: the zone of an IPv6 address may look like a place for the next one.
+    return strPattern.arg(m_strAddress, QString::number(m_nPort));
 }
 
 bool operator==(const sSceneDevice &left, const sSceneDevice &right)

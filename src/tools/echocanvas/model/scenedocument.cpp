@@ -102,10 +102,14 @@ bool SceneDocument::canAddLayer(int nScreen) const
 
 void SceneDocument::editLayer(const sSceneLayer &layer, eLayerPart ePart, int nGesture)
 {
+    const sSceneLayer *const pPresent = this->layer(layer.m_config.m_LayerIdentifies);
+    if (!pPresent)
+        return;
     sSceneLayer wanted = layer;
     clampGeometry(wanted);
-    const sSceneLayer *const pPresent = this->layer(wanted.m_config.m_LayerIdentifies);
-    if (pPresent && !(*pPresent == wanted))
+    if (wanted.m_strName.isEmpty())
+        wanted.m_strName = pPresent->m_strName;
+    if (!(*pPresent == wanted))
         m_undoStack.push(new EditLayer(*this, wanted, ePart, nGesture));
 }
 

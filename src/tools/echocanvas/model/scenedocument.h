@@ -55,14 +55,15 @@ public:
     bool canAddLayer(int nScreen) const;
 
     /**
-     * Changes a layer; nothing happens if it is the same already.
+     * Changes a layer; nothing happens if it is the same already. Its geometry is moved into what a
+     * scene file allows, and an empty name leaves it the one that it has.
      *
      * @param layer     as it is to be; its key says which one
      * @param ePart     what of it changes
      * @param nGesture  edits of one gesture, such as a drag, are undone together; 0 for none
      */
     void editLayer(const sSceneLayer &layer, eLayerPart ePart, int nGesture = 0);
-    /** Puts a layer on top of a screen. @return its key */
+    /** Puts a layer on top of a screen. @param nScreen  one with a place for it @return its key */
     LayerKey addLayer(int nScreen, const sSceneLayer &layer);
     void removeLayer(const LayerKey &key);
     /** Moves a layer up or down among those of its screen. @param nSteps  up if above 0 */

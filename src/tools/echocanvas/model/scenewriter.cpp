@@ -93,6 +93,14 @@ QString borderName(LayerEnum::BorderType eType)
     return QStringLiteral("none");
 }
 
+/** Whether it is what a layer has of which nothing is said; one that is off may still have a look. */
+bool isPlain(const sLayerBorder &border)
+{
+    const sLayerBorder plain;
+    return border.m_borderType == plain.m_borderType && border.m_borderColor == plain.m_borderColor
+        && border.m_borderSize == plain.m_borderSize;
+}
+
 QString mirrorName(sLayerItem::Mirroring eMirroring)
 {
     switch (eMirroring) {
@@ -193,7 +201,7 @@ QString SceneWriter::layerText(const sSceneLayer &layer) const
     members.addIf(item.m_isFrozen, "frozen", strYes);
     members.addIf(item.m_opacity != plain.m_opacity, "opacity", QString::number(item.m_opacity));
     const sLayerBorder &border = layer.m_config.m_LayerBorder;
-    members.addIf(border.m_borderType != LayerEnum::Invalid, "border", borderText(border));
+    members.addIf(!isPlain(border), "border", borderText(border));
     const sLayerMask &mask = layer.m_config.m_LayerMask;
     members.addIf(mask.m_bMaskEnable, "mask", maskText(mask));
     const QString &strMap = layer.m_config.m_LayerAlphaMap.m_strAlphaMapFile;
@@ -235,9 +243,11 @@ QString SceneWriter::fileText(const QString &strFile) const
 {
     if (strFile.startsWith(QLatin1String(BuiltInPrefix)))
         return quoted(strFile);
-    const QString strRelative = m_folder.relativeFilePath(strFile);
+    // A relative name here is one from the working folder, and not from the scene's.
+    const QString strAbsolute = QFileInfo(strFile).absoluteFilePath();
+    const QString strRelative = m_folder.relativeFilePath(strAbsolute);
     const bool isInside = !strRelative.startsWith(QLatin1String(".."));
-    return quoted(isInside ? strRelative : strFile);
+    return quoted(isInside ? strRelative : strAbsolute);
 }
 
 } // namespace
@@ -249,8 +259,11 @@ QByteArray sceneText(const sScene &scene, const QString &strFileName)
 
 QString writeSceneFile(const sScene &scene, const QString &strFileName)
 {
-    QSaveFile file(strFileName);
     const QByteArray text = sceneText(scene, strFileName);
+    QStringList problems;
+    if (!readScene(text, strFileName, problems))
+        return problems.first();
+    QSaveFile file(strFileName);
     if (file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit())
         return QString();
     return QStringLiteral("cannot write %1: %2").arg(strFileName, file.errorString());

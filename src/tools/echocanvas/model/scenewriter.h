@@ -17,7 +17,8 @@ namespace Morvek::Tools {
 QByteArray sceneText(const sScene &scene, const QString &strFileName);
 
 /**
- * Writes a scene to a file, which is replaced as a whole or stays as it was.
+ * Writes a scene to a file, which is replaced as a whole or stays as it was. A scene that could not
+ * be read again, say because an alpha map's file is gone, is not written.
  *
  * @return what went wrong; empty if nothing did
  */
