@@ -65,6 +65,12 @@ void JsonProblems::add(const QString &strPath, const QString &strText)
                    + strText);
 }
 
+void JsonProblems::addSubject(int nFirst, const QString &strSubject)
+{
+    for (int nLine = nFirst; nLine < m_lines.size(); ++nLine)
+        m_lines[nLine] += QStringLiteral(" (%1)").arg(strSubject);
+}
+
 JsonChecker::JsonChecker(const QJsonValue &value, const QString &strPath, JsonProblems *pProblems)
     : m_object(value.toObject())
     , m_strPath(strPath)

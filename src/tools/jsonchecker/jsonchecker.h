@@ -26,6 +26,8 @@ public:
     void add(const QString &strPath, const QString &strExpected, const QJsonValue &found);
     /** Adds "file: path: text". */
     void add(const QString &strPath, const QString &strText);
+    /** Says of every line from nFirst on what it is about, behind it and in brackets. */
+    void addSubject(int nFirst, const QString &strSubject);
     int count() const { return m_lines.size(); }
     QStringList lines() const { return m_lines; }
 

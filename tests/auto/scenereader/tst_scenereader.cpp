@@ -54,6 +54,20 @@ int layersThat(const sScene &scene, Shows shows)
     return int(std::count_if(all.begin(), all.end(), shows));
 }
 
+/** What a problem of a layer that has a name says behind everything else. */
+QString subject(const QString &strProblem)
+{
+    const QList<QPair<QString, QString>> layers{
+        {QStringLiteral("screens[0].layers[0]."), QStringLiteral("Only")},
+        {QStringLiteral("screens[1].layers[0]."), QStringLiteral("Bare")},
+        {QStringLiteral("screens[1].layers[1]."), QStringLiteral("Full")}};
+    for (const auto &layer : layers) {
+        if (strProblem.startsWith(layer.first) && !strProblem.contains(QStringLiteral(".name:")))
+            return QStringLiteral(" (layer \"%1\")").arg(layer.second);
+    }
+    return QString();
+}
+
 } // namespace
 
 class tst_SceneReader : public QObject
@@ -289,7 +303,7 @@ void tst_SceneReader::wrongScenesNameFileKeyAndExpectation()
     QStringList problems;
     const auto scene = readScene(changedScene(from, to), FileName, problems);
     QVERIFY(!scene);
-    QCOMPARE(problems, QStringList(FileName + QStringLiteral(": ") + problem));
+    QCOMPARE(problems, QStringList(FileName + QStringLiteral(": ") + problem + subject(problem)));
 }
 
 void tst_SceneReader::everyProblemIsReported()

@@ -123,6 +123,7 @@ sSceneScreen SceneReader::readScreen(JsonChecker json, int nScreenId)
 
 sSceneLayer SceneReader::readLayer(JsonChecker json)
 {
+    const int nProblems = m_pProblems->count();
     sSceneLayer layer;
     layer.m_strName = json.text(QStringLiteral("name"));
     const QRect rect = json.rect(QStringLiteral("rect"), MaxExtent);
@@ -137,6 +138,9 @@ sSceneLayer SceneReader::readLayer(JsonChecker json)
         layer.m_config.m_LayerMask = readMask(json.object(QStringLiteral("mask")));
     layer.m_config.m_LayerAlphaMap.m_strAlphaMapFile = readAlphaMap(json);
     json.finish();
+    // Nobody counts layers to find the one that is meant.
+    if (!layer.m_strName.isEmpty())
+        m_pProblems->addSubject(nProblems, QStringLiteral("layer \"%1\"").arg(layer.m_strName));
     return layer;
 }
 
