@@ -1,9 +1,12 @@
 #include "windowtest.h"
 
+#include <devicebanner.h>
+
 #include <QComboBox>
 #include <QDockWidget>
 #include <QElapsedTimer>
 #include <QLabel>
+#include <QPushButton>
 #include <QSpinBox>
 
 #include <algorithm>
@@ -15,6 +18,28 @@ namespace {
 
 /** A stop takes a second at most; the rest is for machines that are busy otherwise. */
 constexpr int StopBoundMs = 8000;
+
+/** Clicks the action that switches between online and offline, by what it must be called then. */
+void setOnline(WindowBench &bench, bool isOnline)
+{
+    bench.action(isOnline ? QStringLiteral("Go online") : QStringLiteral("Go offline")).trigger();
+}
+
+/** What stands on the layer of the first screen that shows an input. */
+QString markOf(WindowBench &bench, int nInput)
+{
+    return bench.canvas().mark(bench.key(0, nInput)).m_strText;
+}
+
+QPushButton &button(const MessageBanner &banner, const QString &strText)
+{
+    const QList<QPushButton *> buttons = banner.findChildren<QPushButton *>();
+    for (QPushButton *const pButton : buttons) {
+        if (pButton->text().remove(QLatin1Char('&')).contains(strText) && pButton->isVisible())
+            return *pButton;
+    }
+    qFatal("no button is called %s", qPrintable(strText));
+}
 
 QString tileState(WindowBench &bench, int nInput)
 {
@@ -33,6 +58,7 @@ private Q_SLOTS:
     void tellsThatTheDeviceIsOffline();
     void countsDownWhileTheLibraryBacksOff();
     void readingIsPausedStoppedAndResumed();
+    void aBannerStaysAwayUntilTheStateIsAnotherOne();
     void renderingIsStoppedAndStartedAgain();
     void switchesToTheOtherDevice();
     void switchesTheSourceAndBack();
@@ -82,14 +108,29 @@ void tst_Window::tellsWhichInputIsDeadAndWhy()
     QVERIFY(wall.tile(6)->reasonText().contains(QStringLiteral("same picture")));
     QVERIFY(wall.tile(9)->reasonText().contains(QStringLiteral("nothing is connected")));
     QVERIFY(wall.tile(12)->reasonText().contains(QStringLiteral("more than it can show")));
-    QVERIFY(wall.summary().contains(QStringLiteral("input 3 (black picture), 9 (not connected)")));
-    QVERIFY(wall.summary().contains(QStringLiteral("input 6 (same for")));
+    QVERIFY(wall.summary().contains(
+        QStringLiteral("input&nbsp;3&nbsp;(black&nbsp;picture), 9&nbsp;(not&nbsp;connected)")));
+    QVERIFY(wall.summary().contains(QStringLiteral("input&nbsp;6&nbsp;(same&nbsp;for")));
+    // On the layers themselves, too, for those who look at nothing else.
+    QTRY_COMPARE_WITH_TIMEOUT(markOf(bench, 3),
+                              QStringLiteral("○ Input 3: no signal (black picture)"), Patience);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        markOf(bench, 6).startsWith(QStringLiteral("◆ Input 6: stale (same for")), Patience);
+    QCOMPARE(markOf(bench, 0), QString());
+    const QPoint corner =
+        bench.canvas()
+            .onWidget(bench.host().document().layer(bench.key(0, 3))->canvasRect())
+            .topLeft();
+    QTRY_VERIFY_WITH_TIMEOUT(
+        qGray(bench.canvas().grab(QRect(corner, QSize(2, 2))).toImage().pixel(1, 1)) < 60,
+        Patience);
     bench.takeScreenshot(QStringLiteral("dead-inputs"));
 
     bench.device().hang({});
     bench.device().darken({});
     QTRY_COMPARE_WITH_TIMEOUT(tileState(bench, 3), QStringLiteral("● live"), Patience);
     QTRY_COMPARE_WITH_TIMEOUT(tileState(bench, 6), QStringLiteral("● live"), Patience);
+    QTRY_COMPARE_WITH_TIMEOUT(markOf(bench, 3), QString(), Patience);
 }
 
 void tst_Window::tellsThatTheDeviceIsOffline()
@@ -97,7 +138,7 @@ void tst_Window::tellsThatTheDeviceIsOffline()
     WindowBench bench;
     QVERIFY(bench.open());
     QVERIFY(bench.waitUntilLive());
-    bench.action(QStringLiteral("Device online")).trigger();
+    setOnline(bench, false);
     QCOMPARE(bench.deviceState(), eDeviceState::Offline);
     const auto &state = bench.widget<QLabel>("deviceState");
     QTRY_VERIFY(state.text().contains(QStringLiteral("offline")));
@@ -106,9 +147,13 @@ void tst_Window::tellsThatTheDeviceIsOffline()
     const LayerKey first = bench.key(0, 0);
     QTRY_VERIFY_WITH_TIMEOUT(isBlack(bench.host().session().preview(first)), Patience);
     QTRY_VERIFY(bench.window().wall().summary().contains(QStringLiteral("all 16 no signal")));
+    const DeviceBanner &banner = bench.window().deviceBanner();
+    QTRY_VERIFY(banner.isVisible());
+    QVERIFY(banner.text().contains(QStringLiteral("offline")));
     bench.takeScreenshot(QStringLiteral("offline"));
 
-    bench.action(QStringLiteral("Device online")).trigger();
+    button(banner, QStringLiteral("Go online")).click();
+    QTRY_VERIFY_WITH_TIMEOUT(!banner.isVisible(), Patience);
     QVERIFY(bench.waitUntilLive());
     QTRY_VERIFY_WITH_TIMEOUT(!isBlack(bench.host().session().preview(first)), Patience);
 }
@@ -133,7 +178,9 @@ void tst_Window::countsDownWhileTheLibraryBacksOff()
     bench.device().setSilent(false);
     QElapsedTimer clock;
     clock.start();
-    bench.action(QStringLiteral("Reconnect now")).trigger();
+    const DeviceBanner &banner = bench.window().deviceBanner();
+    QVERIFY(banner.text().contains(QStringLiteral("Read echo video from")));
+    button(banner, QStringLiteral("Reconnect now")).click();
     QTRY_COMPARE_WITH_TIMEOUT(bench.deviceState(), eDeviceState::Streaming, Patience);
     QVERIFY2(clock.elapsed() < 25000, "reconnecting waited for the back-off to end");
 }
@@ -147,8 +194,9 @@ void tst_Window::readingIsPausedStoppedAndResumed()
     QCOMPARE(bench.deviceState(), eDeviceState::Paused);
     QTRY_COMPARE_WITH_TIMEOUT(bench.device().clientCount(), 0, Patience);
     // A device that comes online again makes the library read; the host still wants a pause.
-    bench.action(QStringLiteral("Device online")).trigger();
-    bench.action(QStringLiteral("Device online")).trigger();
+    setOnline(bench, false);
+    QVERIFY(bench.action(QStringLiteral("Read once online")).isEnabled());
+    setOnline(bench, true);
     QCOMPARE(bench.deviceState(), eDeviceState::Paused);
     bench.action(QStringLiteral("Read")).trigger();
     QTRY_COMPARE_WITH_TIMEOUT(bench.deviceState(), eDeviceState::Streaming, Patience);
@@ -158,6 +206,26 @@ void tst_Window::readingIsPausedStoppedAndResumed()
     QTRY_COMPARE_WITH_TIMEOUT(bench.device().clientCount(), 0, Patience);
     bench.action(QStringLiteral("Read")).trigger();
     QTRY_COMPARE_WITH_TIMEOUT(bench.deviceState(), eDeviceState::Streaming, Patience);
+}
+
+void tst_Window::aBannerStaysAwayUntilTheStateIsAnotherOne()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    QVERIFY(bench.waitUntilLive());
+    const DeviceBanner &banner = bench.window().deviceBanner();
+    QVERIFY(!banner.isVisible());
+    bench.action(QStringLiteral("Pause reading")).trigger();
+    QVERIFY(banner.isVisible());
+    button(banner, QStringLiteral("Dis")).click();
+    QSignalSpy samples(&bench.host().monitor(), &SessionMonitor::sampled);
+    QTRY_VERIFY_WITH_TIMEOUT(samples.count() >= 3, Patience);
+    QVERIFY(!banner.isVisible());
+    bench.action(QStringLiteral("Stop reading")).trigger();
+    QVERIFY(banner.isVisible());
+    button(banner, QStringLiteral("Go on reading")).click();
+    QTRY_COMPARE_WITH_TIMEOUT(bench.deviceState(), eDeviceState::Streaming, Patience);
+    QTRY_VERIFY_WITH_TIMEOUT(!banner.isVisible(), Patience);
 }
 
 void tst_Window::renderingIsStoppedAndStartedAgain()
@@ -184,7 +252,7 @@ void tst_Window::switchesToTheOtherDevice()
     QVERIFY(bench.waitUntilLive());
     QCOMPARE(bench.otherDevice().clientCount(), 0);
     // Also from a device that is offline, whose reader would not end by itself.
-    bench.action(QStringLiteral("Device online")).trigger();
+    setOnline(bench, false);
     QElapsedTimer clock;
     clock.start();
     bench.action(QStringLiteral("Next device")).trigger();
@@ -197,7 +265,7 @@ void tst_Window::switchesToTheOtherDevice()
 
     bench.action(QStringLiteral("Next device")).trigger();
     QCOMPARE(bench.deviceState(), eDeviceState::Offline);
-    bench.action(QStringLiteral("Device online")).trigger();
+    setOnline(bench, true);
     QTRY_COMPARE_WITH_TIMEOUT(bench.deviceState(), eDeviceState::Streaming, Patience);
     QCOMPARE(bench.device().clientCount(), 1);
 }
@@ -222,13 +290,13 @@ void tst_Window::switchesTheSourceAndBack()
             return std::any_of(entries.begin(), entries.end(), cannotOpen);
         }(),
         Patience);
-    bench.action(QStringLiteral("Device online")).trigger();
+    setOnline(bench, false);
     // A file reader whose device is offline does not end; the session sees to it.
     QElapsedTimer clock;
     clock.start();
     QTest::keyClick(&source, Qt::Key_Home);
     QVERIFY(clock.elapsed() < StopBoundMs);
-    bench.action(QStringLiteral("Device online")).trigger();
+    setOnline(bench, true);
     QVERIFY(bench.waitUntilLive());
 }
 
@@ -290,7 +358,7 @@ void tst_Window::quitsWithinBoundsWhileTheDeviceIsOffline()
     WindowBench bench;
     QVERIFY(bench.open());
     QVERIFY(bench.waitUntilLive());
-    bench.action(QStringLiteral("Device online")).trigger();
+    setOnline(bench, false);
     QElapsedTimer clock;
     clock.start();
     bench.action(QStringLiteral("Quit")).trigger();

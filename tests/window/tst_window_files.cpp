@@ -93,7 +93,8 @@ void tst_WindowFiles::aBrokenFileKeepsTheLastGoodScene()
     QVERIFY(write(strFile, text));
     MessageBanner &banner = bench.window().banner();
     QTRY_VERIFY_WITH_TIMEOUT(banner.isVisible(), Patience);
-    QVERIFY(banner.text().contains(QStringLiteral("the last good one stays")));
+    QVERIFY(banner.text().contains(QStringLiteral("The last good scene stays.")));
+    QVERIFY(banner.text().contains(QStringLiteral("layer &quot;Opacity 60 %&quot;")));
     QVERIFY(banner.text().contains(QStringLiteral("screens[1].layers[9].opacity")));
     QVERIFY(banner.text().contains(QStringLiteral("from 0 to 100, found 160")));
     QCOMPARE(bench.host().document().scene().m_screens.size(), 2);

@@ -1,51 +1,12 @@
 #include "canvasview.h"
 
-#include "canvaspainter.h"
+#include "cpumeter.h"
 
 #include <QEvent>
-#include <QPaintEvent>
-#include <QPainter>
-
-#include <ctime>
+#include <QHelpEvent>
+#include <QToolTip>
 
 namespace Morvek::Tools {
-
-namespace {
-
-const QColor SelectionColor(255, 170, 40);
-
-/** Adds the processor time that its life takes on this thread. */
-class CpuMeter
-{
-public:
-    explicit CpuMeter(double &seconds)
-        : m_seconds(seconds)
-        , m_start(now())
-    {}
-    ~CpuMeter() { m_seconds += now() - m_start; }
-
-private:
-    Q_DISABLE_COPY(CpuMeter)
-    static double now()
-    {
-        timespec time{};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
-    }
-
-    double &m_seconds;
-    const double m_start;
-};
-
-qint64 areaOf(const QRegion &region)
-{
-    qint64 nPixels = 0;
-    for (const QRect &rect : region)
-        nPixels += qint64(rect.width()) * rect.height();
-    return nPixels;
-}
-
-} // namespace
 
 CanvasView::CanvasView(QWidget *pParent)
     : QWidget(pParent)
@@ -69,6 +30,7 @@ void CanvasView::setScreen(const sSceneScreen &screen)
     if (!isSameScreen) {
         m_previews.clear();
         m_originals.clear();
+        m_marks.clear();
     }
     if (m_selected && !layer(*m_selected))
         m_selected.reset();
@@ -114,6 +76,20 @@ void CanvasView::setPreview(const LayerKey &key, const QImage &preview)
     // Once here: painting straight alpha would convert it each time, in smaller pieces.
     m_previews[key.layerId] = preview.convertToFormat(QImage::Format_ARGB32_Premultiplied);
     updateLayer(*pLayer);
+}
+
+void CanvasView::setMark(const LayerKey &key, const sLayerMark &mark)
+{
+    const sSceneLayer *const pLayer = layer(key);
+    if (!pLayer || this->mark(key) == mark)
+        return;
+    sLayerMark &present = m_marks[key.layerId];
+    const bool isShownOtherwise =
+        present.m_strText != mark.m_strText || present.m_color != mark.m_color;
+    const QRect before = markRect(*pLayer);
+    present = mark;
+    if (isShownOtherwise)
+        update(before | markRect(*pLayer));
 }
 
 QRect CanvasView::onWidget(const QRect &canvasRect) const
@@ -171,66 +147,18 @@ double CanvasView::fittingZoom(const QSize &room) const
                   MaxZoom);
 }
 
-void CanvasView::renderBackdrop()
+bool CanvasView::event(QEvent *pEvent)
 {
-    const qreal ratio = devicePixelRatioF();
-    m_backdrop = QPixmap(size() * ratio);
-    m_backdrop.setDevicePixelRatio(ratio);
-    QPainter painter(&m_backdrop);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.setRenderHint(QPainter::TextAntialiasing);
-    painter.scale(m_zoom, m_zoom);
-    paintBackdrop(painter, m_screen);
-}
-
-void CanvasView::paintEvent(QPaintEvent *pEvent)
-{
-    const CpuMeter meter(m_figures.m_cpuSeconds);
-    if (m_backdrop.isNull())
-        renderBackdrop();
-    QPainter painter(this);
-    ++m_figures.m_nPaints;
-    m_figures.m_nPixels += areaOf(pEvent->region());
-    if (pEvent->region() == visibleRegion())
-        ++m_figures.m_nWholePaints;
-    paintRegion(painter, pEvent->region());
-}
-
-/** Each rectangle by itself: what lies between them need not be touched. */
-void CanvasView::paintRegion(QPainter &painter, const QRegion &region)
-{
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    const qreal ratio = m_backdrop.devicePixelRatio();
-    for (const QRect &rect : region) {
-        painter.setClipRect(rect);
-        painter.drawPixmap(
-            rect, m_backdrop,
-            QRectF(QPointF(rect.topLeft()) * ratio, QSizeF(rect.size()) * ratio).toRect());
-        for (const sSceneLayer &layer : qAsConst(m_screen.m_layers)) {
-            const QRect target = onWidget(layer.canvasRect());
-            const auto it = m_previews.constFind(layer.m_config.m_LayerIdentifies.layerId);
-            if (it != m_previews.constEnd() && target.intersects(rect))
-                painter.drawImage(target, *it);
-        }
-    }
-    painter.setClipRegion(region);
-    paintSelection(painter);
-}
-
-void CanvasView::paintSelection(QPainter &painter) const
-{
-    const sSceneLayer *const pLayer = m_selected ? layer(*m_selected) : nullptr;
-    if (!pLayer)
-        return;
-    const QRect rect = onWidget(pLayer->canvasRect());
-    painter.setPen(QPen(SelectionColor, 2));
-    painter.setBrush(Qt::NoBrush);
-    painter.drawRect(rect);
-    painter.setPen(QPen(Qt::black, 1));
-    painter.setBrush(SelectionColor);
-    const QList<Qt::Edges> handles = allHandles();
-    for (Qt::Edges edges : handles)
-        painter.drawRect(handleRect(rect, edges).adjusted(0, 0, -1, -1));
+    if (pEvent->type() != QEvent::ToolTip)
+        return QWidget::event(pEvent);
+    const auto *const pHelp = static_cast<QHelpEvent *>(pEvent);
+    const sSceneLayer *const pLayer = layerAt(toCanvas(pHelp->pos()));
+    const QString strTip = pLayer ? mark(pLayer->m_config.m_LayerIdentifies).m_strTip : QString();
+    if (pLayer && !strTip.isEmpty())
+        QToolTip::showText(pHelp->globalPos(), strTip, this, onWidget(pLayer->canvasRect()));
+    else
+        QToolTip::hideText();
+    return true;
 }
 
 void CanvasView::changeEvent(QEvent *pEvent)

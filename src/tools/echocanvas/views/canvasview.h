@@ -2,6 +2,7 @@
 #define MORVEK_ECHOCANVAS_CANVASVIEW_H
 
 #include "layerdrag.h"
+#include "layermarks.h"
 #include "scene.h"
 #include "scenedocument.h"
 
@@ -48,7 +49,10 @@ public:
     void setLayer(const sSceneLayer &layer);
     /** Shows a layer's preview; one that looks as before is not painted again. */
     void setPreview(const LayerKey &key, const QImage &preview);
-    /** Marks a layer, or none. */
+    /** What is written on the layer, and told where the pointer rests on it. */
+    void setMark(const LayerKey &key, const sLayerMark &mark);
+    sLayerMark mark(const LayerKey &key) const { return m_marks.value(key.layerId); }
+    /** Draws a frame with handles around a layer, or around none. */
     void setSelected(std::optional<LayerKey> key);
     std::optional<LayerKey> selected() const { return m_selected; }
 
@@ -70,6 +74,7 @@ Q_SIGNALS:
     void zoomWanted(double zoom, const QPoint &where);
 
 protected:
+    bool event(QEvent *pEvent) override;
     void paintEvent(QPaintEvent *pEvent) override;
     void mousePressEvent(QMouseEvent *pEvent) override;
     void mouseMoveEvent(QMouseEvent *pEvent) override;
@@ -84,15 +89,18 @@ private:
     QPointF toCanvas(const QPoint &point) const;
     void updateLayer(const sSceneLayer &layer);
     void updateSelection();
+    QRect markRect(const sSceneLayer &layer) const;
     void updateCursor(const QPoint &point);
     void selectNext(int nStep);
     void paintRegion(QPainter &painter, const QRegion &region);
+    void paintMark(QPainter &painter, const sSceneLayer &layer) const;
     void paintSelection(QPainter &painter) const;
     void renderBackdrop();
 
     sSceneScreen m_screen;
     QHash<int, QImage> m_previews;  // by layer id, premultiplied
     QHash<int, QImage> m_originals; // as they were handed in, to see what is new
+    QHash<int, sLayerMark> m_marks; // by layer id
     std::optional<LayerKey> m_selected;
     std::optional<LayerDrag> m_drag;
     double m_zoom = 1;

@@ -72,8 +72,9 @@ void InputTile::setInput(const sInputStatus &status, const QImage &picture,
     m_strFigures = strFigures;
     m_strReason = status.m_strReason;
     setToolTip(QStringLiteral("Input %1: %2\n%3\nRate: changes of its picture a second, as far as "
-                              "they were seen.\nAge: time since the device made the picture, by "
-                              "the time code in it.")
+                              "they were seen; of a stream, the library takes at most 12.5 "
+                              "pictures a second.\nAge: milliseconds since the device made the "
+                              "picture, by the time code in it.")
                    .arg(QString::number(m_nInput), look.m_strWord, m_strReason));
     setAccessibleDescription(QStringLiteral("%1. %2").arg(look.m_strWord, m_strReason));
     update();

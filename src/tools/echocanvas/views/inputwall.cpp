@@ -18,6 +18,12 @@ constexpr int RefreshMs = 160; // what is looked at in passing need not be fluen
 constexpr int MaxListed = 6;   // inputs of one state that are named in the line above them
 constexpr int TilesAtOnce = 8; // a row is no longer
 
+/** Of rich text, so that no line ends within it, say between a number and its unit. */
+QString unbroken(QString strText)
+{
+    return strText.replace(QLatin1Char(' '), QStringLiteral("&nbsp;"));
+}
+
 } // namespace
 
 InputWall::InputWall(const SessionMonitor &monitor, QWidget *pParent)
@@ -106,8 +112,8 @@ QStringList InputWall::summaryOf(eInputState eState) const
     for (int nInput = 0; nInput < nInputs; ++nInput) {
         const sInputStatus status = m_monitor.input(nInput).status();
         if (status.m_eState == eState)
-            inputs.append(
-                QStringLiteral("%1 (%2)").arg(QString::number(nInput), status.m_strBrief));
+            inputs.append(unbroken(
+                QStringLiteral("%1 (%2)").arg(QString::number(nInput), status.m_strBrief)));
     }
     if (inputs.isEmpty())
         return {};
@@ -117,7 +123,7 @@ QStringList InputWall::summaryOf(eInputState eState) const
     const QString strCount =
         isEach ? QStringLiteral("all %1").arg(nInputs) : QString::number(inputs.size());
     const QString strWhich =
-        isListed ? QStringLiteral(": input ") + inputs.join(QStringLiteral(", ")) : QString();
+        isListed ? QStringLiteral(": input&nbsp;") + inputs.join(QStringLiteral(", ")) : QString();
     return {QStringLiteral("<span style=\"color:%1\"><b>%2 %3 %4</b>%5</span>")
                 .arg(look.m_color.name(), look.m_strSign, strCount, look.m_strWord, strWhich)};
 }

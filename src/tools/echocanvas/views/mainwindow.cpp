@@ -2,6 +2,7 @@
 
 #include "canvaspane.h"
 #include "canvasview.h"
+#include "devicebanner.h"
 #include "inputwall.h"
 #include "inspector.h"
 #include "logview.h"
@@ -35,6 +36,7 @@ MainWindow::MainWindow(WindowHost &host, QSettings &settings, const QString &str
     , m_settings(settings)
     , m_strSnapshotFolder(strSnapshotFolder)
     , m_pBanner(new MessageBanner)
+    , m_pDeviceBanner(new DeviceBanner(host))
 {
     setDockOptions(AllowNestedDocks | AllowTabbedDocks | AnimatedDocks);
     setCorner(Qt::BottomLeftCorner, Qt::BottomDockWidgetArea);
@@ -59,6 +61,7 @@ void MainWindow::buildCanvas()
     pLayout->setContentsMargins(0, 0, 0, 0);
     pLayout->setSpacing(0);
     pLayout->addWidget(m_pBanner);
+    pLayout->addWidget(m_pDeviceBanner);
     m_pCanvas = new CanvasPane;
     pLayout->addWidget(m_pCanvas, 1);
     setCentralWidget(pCentral);
@@ -101,7 +104,7 @@ void MainWindow::buildDocks()
         addDock("log", "Messages", new LogView(m_host.log()), Qt::BottomDockWidgetArea);
     tabifyDockWidget(pFigures, pLog);
     resizeDocks({pWall, pFigures}, {860, 420}, Qt::Horizontal);
-    resizeDocks({pTree, pInspector}, {230, 290}, Qt::Horizontal);
+    resizeDocks({pTree, pInspector}, {270, 290}, Qt::Horizontal);
     resizeDocks({pWall}, {330}, Qt::Vertical);
     pFigures->raise();
     connect(m_pTree, &SceneTree::chosen, this, &MainWindow::select);
@@ -113,6 +116,7 @@ void MainWindow::buildDocks()
 void MainWindow::connectHost()
 {
     connect(&m_host.session(), &DeviceSession::previewFinished, this, &MainWindow::takePreview);
+    connect(&m_host.monitor(), &SessionMonitor::sampled, this, &MainWindow::refreshMarks);
     SceneDocument &document = m_host.document();
     connect(&document, &SceneDocument::layerChanged, this, &MainWindow::takeLayer);
     connect(&document, &SceneDocument::structureChanged, this, &MainWindow::takeStructure);
@@ -141,6 +145,7 @@ void MainWindow::showScreen()
     view.setScreen(screens[m_nScreen]);
     for (const sSceneLayer &layer : screens[m_nScreen].m_layers)
         takePreview(layer.m_config.m_LayerIdentifies);
+    refreshMarks();
     if (m_pCanvas->isFitting())
         m_pCanvas->fit();
 }
@@ -150,6 +155,14 @@ void MainWindow::takePreview(const LayerKey &key)
     // What nobody sees need not be taken over.
     if (m_host.document().screenOf(key) == m_nScreen && !isMinimized())
         m_pCanvas->view().setPreview(key, m_host.session().preview(key));
+}
+
+void MainWindow::refreshMarks()
+{
+    const QList<sSceneLayer> &layers = m_host.document().scene().m_screens[m_nScreen].m_layers;
+    for (const sSceneLayer &layer : layers)
+        m_pCanvas->view().setMark(layer.m_config.m_LayerIdentifies,
+                                  markOf(layer, m_host.monitor()));
 }
 
 void MainWindow::takeLayer(const LayerKey &key)

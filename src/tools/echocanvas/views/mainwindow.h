@@ -16,6 +16,7 @@ class QLabel;
 namespace Morvek::Tools {
 
 class CanvasPane;
+class DeviceBanner;
 class Inspector;
 class InputWall;
 class MessageBanner;
@@ -39,6 +40,7 @@ public:
     CanvasPane &canvas() { return *m_pCanvas; }
     InputWall &wall() { return *m_pWall; }
     MessageBanner &banner() { return *m_pBanner; }
+    DeviceBanner &deviceBanner() { return *m_pDeviceBanner; }
     SceneFiles &files() { return *m_pFiles; }
     std::optional<LayerKey> selected() const { return m_selected; }
     int screen() const { return m_nScreen; }
@@ -59,6 +61,7 @@ private:
     void connectHost();
 
     void takePreview(const LayerKey &key);
+    void refreshMarks();
     void takeLayer(const LayerKey &key);
     void takeStructure();
     void refreshTitle();
@@ -81,12 +84,12 @@ private:
     int m_nGesture = 0;
     CanvasPane *m_pCanvas = nullptr;
     MessageBanner *m_pBanner = nullptr;
+    DeviceBanner *m_pDeviceBanner = nullptr;
     SceneTree *m_pTree = nullptr;
     Inspector *m_pInspector = nullptr;
     InputWall *m_pWall = nullptr;
     SceneFiles *m_pFiles = nullptr;
     QLabel *m_pZoom = nullptr;
-    QMenu *m_pDockMenu = nullptr;
     QAction *m_pAddLayer = nullptr;
     QList<QAction *> m_layerActions; // want a selected layer
     QAction *m_pRemoveLayer = nullptr;

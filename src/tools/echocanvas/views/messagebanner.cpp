@@ -19,7 +19,7 @@ MessageBanner::MessageBanner(QWidget *pParent)
     : QFrame(pParent)
     , m_pText(new QLabel)
     , m_pAction(new QPushButton)
-    , m_pDismiss(new QPushButton(QStringLiteral("&Dismiss")))
+    , m_pDismiss(new QPushButton(QStringLiteral("Dis&miss")))
 {
     setFrameShape(QFrame::StyledPanel);
     setAutoFillBackground(true);
@@ -36,15 +36,18 @@ MessageBanner::MessageBanner(QWidget *pParent)
         hide();
         Q_EMIT accepted();
     });
-    connect(m_pDismiss, &QPushButton::clicked, this, &QWidget::hide);
+    connect(m_pDismiss, &QPushButton::clicked, this, [this] {
+        hide();
+        Q_EMIT dismissed();
+    });
     hide();
 }
 
 void MessageBanner::tell(const QString &strTitle, const QStringList &lines,
-                         const QString &strAction)
+                         const QString &strAction, const QString &strSign)
 {
     adaptColors();
-    QStringList shown{QStringLiteral("<b>▲ %1</b>").arg(strTitle.toHtmlEscaped())};
+    QStringList shown{QStringLiteral("<b>%1 %2</b>").arg(strSign, strTitle.toHtmlEscaped())};
     for (const QString &strLine : lines.mid(0, MaxLines))
         shown.append(strLine.toHtmlEscaped());
     if (lines.size() > MaxLines)

@@ -23,14 +23,18 @@ public:
      * @param strTitle   in bold
      * @param lines      the details
      * @param strAction  what a button says that emits accepted(); empty for none
+     * @param strSign    one character before the title
      */
-    void tell(const QString &strTitle, const QStringList &lines, const QString &strAction);
+    void tell(const QString &strTitle, const QStringList &lines, const QString &strAction,
+              const QString &strSign = QStringLiteral("▲"));
     /** Shows a message that nobody can dismiss, on the screen before this returns. */
     void tellAtOnce(const QString &strTitle);
     QString text() const;
 
 Q_SIGNALS:
     void accepted();
+    /** The user has read it and wants it out of the way. */
+    void dismissed();
 
 private:
     void adaptColors();

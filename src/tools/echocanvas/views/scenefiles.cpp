@@ -168,11 +168,15 @@ void SceneFiles::slotFileChanged(const sScene &scene)
 
 void SceneFiles::slotFileBroken(const QStringList &problems)
 {
-    m_banner.tell(
-        QStringLiteral("%1 has changed and is no scene any more; the last good one stays, "
-                       "and the file is read again when it changes")
-            .arg(m_host.document().title()),
-        problems, QString());
+    QStringList lines = problems;
+    lines.append(
+        m_host.document().isModified()
+            ? QStringLiteral("The last good scene stays, with the changes made here, which "
+                             "are not saved. Saving replaces the broken file.")
+            : QStringLiteral("The last good scene stays. The file is read again as soon as "
+                             "it changes."));
+    m_banner.tell(QStringLiteral("%1 has changed and is broken").arg(m_host.document().title()),
+                  lines, QString());
 }
 
 } // namespace Morvek::Tools

@@ -18,15 +18,19 @@ namespace {
 
 constexpr int MaxFps = 255;
 
+void setTip(QAction &action, const char *pTip)
+{
+    const QString strTip = QString::fromUtf8(pTip);
+    const QString strKeys = action.shortcut().toString(QKeySequence::NativeText);
+    action.setToolTip(strKeys.isEmpty() ? strTip : QStringLiteral("%1 (%2)").arg(strTip, strKeys));
+    action.setStatusTip(strTip);
+}
+
 QAction *addAction(QMenu &menu, const char *pText, const QKeySequence &keys, const char *pTip)
 {
     QAction *const pAction = menu.addAction(QString::fromUtf8(pText));
     pAction->setShortcut(keys);
-    const QString strTip = QString::fromUtf8(pTip);
-    pAction->setToolTip(keys.isEmpty() ? strTip
-                                       : QStringLiteral("%1 (%2)").arg(
-                                           strTip, keys.toString(QKeySequence::NativeText)));
-    pAction->setStatusTip(strTip);
+    setTip(*pAction, pTip);
     return pAction;
 }
 
@@ -64,11 +68,9 @@ SessionControls::SessionControls(WindowHost &host, QMenu &menu, QToolBar &bar)
 
 void SessionControls::addActions(QMenu &menu)
 {
-    m_pOnline = addAction(menu, "Device &online", Qt::Key_F6,
-                          "Tells the library that the device can be reached, or that it cannot");
-    m_pOnline->setCheckable(true);
+    m_pOnline = addAction(menu, "Go &offline", Qt::Key_F6, "");
     connect(m_pOnline, &QAction::triggered, this,
-            [this](bool isOnline) { m_host.session().setOnline(isOnline); });
+            [this] { m_host.session().setOnline(!m_host.session().device().m_isOnline); });
     m_pNextDevice = addAction(menu, "&Next device", Qt::CTRL | Qt::Key_T,
                               "Makes the next device of the scene the active one");
     connect(m_pNextDevice, &QAction::triggered, this, [this] {
@@ -141,7 +143,7 @@ void SessionControls::addFields(QToolBar &)
         });
     });
     m_pFps->setRange(0, MaxFps);
-    m_pFps->setSuffix(QStringLiteral(" /s"));
+    m_pFps->setSuffix(QStringLiteral(" a second"));
     m_pFps->setSpecialValueText(QStringLiteral("library's"));
     m_pFps->setKeyboardTracking(false);
     m_pFps->setAccessibleName(QStringLiteral("Previews a second and layer"));
@@ -156,12 +158,12 @@ void SessionControls::addToBar(QToolBar &bar)
 {
     bar.addWidget(m_pStatus);
     bar.addSeparator();
-    bar.addWidget(caption("&Device", m_pDevice));
+    bar.addWidget(caption("Dev&ice", m_pDevice));
     bar.addWidget(m_pDevice);
     bar.addAction(m_pOnline);
     bar.addWidget(caption("So&urce", m_pSource));
     bar.addWidget(m_pSource);
-    bar.addWidget(caption("&Rate", m_pFps));
+    bar.addWidget(caption("Previe&ws", m_pFps));
     bar.addWidget(m_pFps);
     bar.addSeparator();
     bar.addActions({m_pRead, m_pPause, m_pStop, m_pReconnect});
@@ -196,7 +198,12 @@ void SessionControls::refresh()
     m_pDevice->setCurrentIndex(session.activeDevice());
     m_pSource->setCurrentIndex(m_pSource->findData(sourceTypeName(device.m_eSourceType)));
     m_pFps->setValue(device.m_nFps);
-    m_pOnline->setChecked(session.device().m_isOnline);
+    const bool isOnline = session.device().m_isOnline;
+    // The button says what it does, not what is so: the state stands to its left.
+    m_pOnline->setText(isOnline ? QStringLiteral("Go &offline") : QStringLiteral("Go &online"));
+    setTip(*m_pOnline, isOnline ? "Tells the library that the device can no longer be reached"
+                                : "Tells the library that the device can be reached");
+    m_pRead->setText(isOnline ? QStringLiteral("&Read") : QStringLiteral("&Read once online"));
     m_pRead->setChecked(session.reading() == eReading::Reading);
     m_pPause->setChecked(session.reading() == eReading::Paused);
     m_pStop->setChecked(session.reading() == eReading::Stopped);
