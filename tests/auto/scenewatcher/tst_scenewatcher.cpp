@@ -6,7 +6,10 @@
 #include <QSaveFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QtTest>
+
+#include <sys/stat.h>
 
 using namespace Morvek::Tools;
 
@@ -28,6 +31,11 @@ private Q_SLOTS:
     void aFileThatIsReplacedIsReadEachTime();
     void aBrokenFileIsToldWithLineAndField();
     void aFileThatIsGoneIsToldAndFoundAgain();
+    void aFileWhosePredecessorIsStillOpenIsFollowed();
+    void aFolderThatIsReplacedIsFollowed();
+    void aFolderThatWasGoneIsFollowed();
+    void aFolderWhereFilesComeAndGoHidesNoChange();
+    void aPipeInItsPlaceIsToldAndNotOpened();
     void writingTheSameTextIsNoChange();
     void nothingIsFollowedBeforeAndAfter();
 
@@ -124,6 +132,90 @@ void tst_SceneWatcher::aFileThatIsGoneIsToldAndFoundAgain()
     QTRY_COMPARE_WITH_TIMEOUT(broken.count(), 1, Patience);
     QVERIFY(broken.last().first().toStringList().first().contains(m_strFile));
     QVERIFY(write(sceneWithOpacity(5)));
+    QTRY_VERIFY_WITH_TIMEOUT(changed.count() > 0 && opacityOf(changed) == 5, Patience);
+}
+
+void tst_SceneWatcher::aFileWhosePredecessorIsStillOpenIsFollowed()
+{
+    SceneWatcher watcher;
+    watcher.watch(m_strFile);
+    QSignalSpy changed(&watcher, &SceneWatcher::changed);
+    QFile predecessor(m_strFile);
+    QVERIFY(predecessor.open(QIODevice::ReadOnly));
+    QVERIFY(replace(sceneWithOpacity(10)));
+    QTRY_VERIFY_WITH_TIMEOUT(changed.count() > 0 && opacityOf(changed) == 10, Patience);
+    QVERIFY(write(sceneWithOpacity(20)));
+    QTRY_COMPARE_WITH_TIMEOUT(opacityOf(changed), 20, Patience);
+}
+
+/** The whole folder is put in place at once, as when another version of everything is rolled out. */
+void tst_SceneWatcher::aFolderThatIsReplacedIsFollowed()
+{
+    QDir folder(m_pFolder->path());
+    QVERIFY(folder.mkdir(QStringLiteral("old")));
+    QVERIFY(folder.mkdir(QStringLiteral("new")));
+    m_strFile = folder.filePath(QStringLiteral("new/scene.json"));
+    QVERIFY(write(sceneWithOpacity(10)));
+    m_strFile = folder.filePath(QStringLiteral("old/scene.json"));
+    QVERIFY(write(sceneWithOpacity(5)));
+    QVERIFY(folder.rename(QStringLiteral("old"), QStringLiteral("scenes")));
+    m_strFile = folder.filePath(QStringLiteral("scenes/scene.json"));
+    SceneWatcher watcher;
+    watcher.watch(m_strFile);
+    QSignalSpy changed(&watcher, &SceneWatcher::changed);
+    QVERIFY(folder.rename(QStringLiteral("scenes"), QStringLiteral("old")));
+    QVERIFY(folder.rename(QStringLiteral("new"), QStringLiteral("scenes")));
+    QTRY_VERIFY_WITH_TIMEOUT(changed.count() > 0 && opacityOf(changed) == 10, Patience);
+    QVERIFY(write(sceneWithOpacity(20)));
+    QTRY_COMPARE_WITH_TIMEOUT(opacityOf(changed), 20, Patience);
+}
+
+void tst_SceneWatcher::aFolderThatWasGoneIsFollowed()
+{
+    QDir folder(m_pFolder->path());
+    QVERIFY(folder.mkdir(QStringLiteral("scenes")));
+    m_strFile = folder.filePath(QStringLiteral("scenes/scene.json"));
+    QVERIFY(write(sceneWithOpacity(5)));
+    SceneWatcher watcher;
+    watcher.watch(m_strFile);
+    QSignalSpy changed(&watcher, &SceneWatcher::changed);
+    QSignalSpy broken(&watcher, &SceneWatcher::broken);
+    QVERIFY(QDir(folder.filePath(QStringLiteral("scenes"))).removeRecursively());
+    QTRY_COMPARE_WITH_TIMEOUT(broken.count(), 1, Patience);
+    QVERIFY(folder.mkdir(QStringLiteral("scenes")));
+    QVERIFY(write(sceneWithOpacity(10)));
+    QTRY_VERIFY_WITH_TIMEOUT(changed.count() > 0 && opacityOf(changed) == 10, Patience);
+}
+
+void tst_SceneWatcher::aFolderWhereFilesComeAndGoHidesNoChange()
+{
+    SceneWatcher watcher;
+    watcher.watch(m_strFile);
+    QSignalSpy changed(&watcher, &SceneWatcher::changed);
+    QFile other(m_pFolder->filePath(QStringLiteral("other")));
+    QTimer comingAndGoing;
+    connect(&comingAndGoing, &QTimer::timeout, &comingAndGoing, [&other] {
+        if (!other.remove())
+            QVERIFY(other.open(QIODevice::WriteOnly));
+        other.close();
+    });
+    comingAndGoing.start(20);
+    QVERIFY(write(sceneWithOpacity(33)));
+    QTRY_VERIFY_WITH_TIMEOUT(changed.count() > 0 && opacityOf(changed) == 33, Patience);
+    QVERIFY(comingAndGoing.isActive());
+}
+
+void tst_SceneWatcher::aPipeInItsPlaceIsToldAndNotOpened()
+{
+    SceneWatcher watcher;
+    watcher.watch(m_strFile);
+    QSignalSpy changed(&watcher, &SceneWatcher::changed);
+    QSignalSpy broken(&watcher, &SceneWatcher::broken);
+    QVERIFY(QFile::remove(m_strFile));
+    QCOMPARE(mkfifo(qPrintable(m_strFile), 0600), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(broken.count() > 0, Patience);
+    QVERIFY(broken.last().first().toStringList().first().contains(m_strFile));
+    QVERIFY(replace(sceneWithOpacity(5)));
     QTRY_VERIFY_WITH_TIMEOUT(changed.count() > 0 && opacityOf(changed) == 5, Patience);
 }
 

@@ -4,17 +4,22 @@
 #include "scene.h"
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QFileSystemWatcher>
 #include <QObject>
 #include <QString>
 #include <QStringList>
 #include <QTimer>
 
+#include <optional>
+
 namespace Morvek::Tools {
 
 /**
  * Reads a scene file anew whenever its text changes, also where an editor writes another file and
- * gives it this one's name, or removes it for a while.
+ * gives it this one's name, or removes it for a while, or where that happens to its folder.
+ *
+ * What is not a file, such as a pipe, is never opened: that may block for ever.
  *
  * @thread main
  */
@@ -36,15 +41,35 @@ Q_SIGNALS:
     void broken(const QStringList &problems);
 
 private:
+    /** What tells a file from another one without reading it. */
+    struct sTrace
+    {
+        qint64 m_nChangedMs = 0;
+        qint64 m_nSize = -1; // -1: there is none
+        bool operator==(const sTrace &other) const
+        {
+            return m_nChangedMs == other.m_nChangedMs && m_nSize == other.m_nSize;
+        }
+    };
+
+    void wait();
+    void lookForTraces();
     void look();
     void follow();
+    void unfollow();
+    sTrace presentTrace() const;
+    bool isFile() const;
     QByteArray presentText() const;
+    std::optional<sScene> readText(const QByteArray &text, QStringList &problems) const;
 
     QString m_strFileName;
     QByteArray m_knownText;
     bool m_isBroken = false;
     QFileSystemWatcher m_watcher;
-    QTimer m_settling; // an editor writes more than once
+    QTimer m_settling;       // an editor writes more than once
+    QElapsedTimer m_waiting; // since the first of the changes that settle
+    QTimer m_tracing;        // for what the system does not tell
+    sTrace m_trace;
 };
 
 } // namespace Morvek::Tools
