@@ -1,12 +1,10 @@
 #include "walldevice.h"
 
-#include <echolayout.h>
 #include <echopainter.h>
 #include <streamserver.h>
 
 #include <QBuffer>
 #include <QDateTime>
-#include <QPainter>
 #include <QTimer>
 
 namespace Morvek::Tests {
@@ -18,8 +16,7 @@ class WallDeviceWorker : public QObject
 {
 public:
     WallDeviceWorker(int nTiles, int nFps)
-        : m_nTiles(nTiles)
-        , m_nInterval(1000 / nFps)
+        : m_nInterval(1000 / nFps)
         , m_painter(nTiles)
     {}
 
@@ -44,31 +41,18 @@ public:
     {
         if (m_isSilent || m_pServer->clientCount() == 0)
             return;
-        QImage picture = m_painter.paint(m_nPictures++, QDateTime::currentMSecsSinceEpoch()).copy();
-        if (m_first.isNull())
-            m_first = picture.copy();
-        {
-            QPainter painter(&picture);
-            for (int nInput : qAsConst(m_hanging))
-                painter.drawImage(tileRect(m_nTiles, nInput), m_first, tileRect(m_nTiles, nInput));
-            for (int nInput : qAsConst(m_dark))
-                painter.fillRect(tileRect(m_nTiles, nInput), Qt::black);
-        }
+        const QImage &picture = m_painter.paint(m_nPictures++, QDateTime::currentMSecsSinceEpoch());
         QByteArray jpeg;
         QBuffer buffer(&jpeg);
         picture.save(&buffer, "JPG", 85);
         m_pServer->broadcast(jpeg);
     }
 
-    const int m_nTiles;
     const int m_nInterval;
     EchoPainter m_painter;
     std::unique_ptr<StreamServer> m_pServer;
     std::unique_ptr<QTimer> m_pTimer;
-    QImage m_first;
     quint32 m_nPictures = 0;
-    QSet<int> m_hanging;
-    QSet<int> m_dark;
     bool m_isSilent = false;
 };
 
@@ -107,12 +91,12 @@ quint16 WallDevice::port() const
 
 void WallDevice::hang(const QSet<int> &inputs)
 {
-    onDeviceThread(m_pWorker.get(), [&] { m_pWorker->m_hanging = inputs; });
+    onDeviceThread(m_pWorker.get(), [&] { m_pWorker->m_painter.setStill(inputs); });
 }
 
 void WallDevice::darken(const QSet<int> &inputs)
 {
-    onDeviceThread(m_pWorker.get(), [&] { m_pWorker->m_dark = inputs; });
+    onDeviceThread(m_pWorker.get(), [&] { m_pWorker->m_painter.setDark(inputs); });
 }
 
 void WallDevice::setSilent(bool isSilent)

@@ -17,6 +17,8 @@ constexpr char AddressOption[] = "address";
 constexpr char PortOption[] = "port";
 constexpr char FpsOption[] = "fps";
 constexpr char TilesOption[] = "tiles";
+constexpr char NoSignalOption[] = "no-signal";
+constexpr char StillOption[] = "still";
 constexpr char QualityOption[] = "quality";
 constexpr char FramesOption[] = "frames";
 constexpr char ShmOption[] = "shm";
@@ -39,6 +41,8 @@ void addOptions(QCommandLineParser &parser)
         {PortOption, "Listen on this port (default 0: any free one).", "N"},
         {FpsOption, "Pictures a second, 1 to 60 (default 12).", "N"},
         {TilesOption, "Inputs in the picture: 4, 9, 16 or 25 (default 16).", "N"},
+        {NoSignalOption, "Inputs, such as 3,9, that have no signal: they are black.", "LIST"},
+        {StillOption, "Inputs, such as 6, that hang: they stay as they are at first.", "LIST"},
         {QualityOption, "Quality of the JPEG pictures, 1 to 100 (default 80).", "Q"},
         {FramesOption,
          "End after this many pictures; the first is made when the first client connects, or at "
@@ -104,6 +108,24 @@ public:
             refuse(TilesOption, QStringLiteral("4, 9, 16 or 25"));
         }
         return number.value_or(valueIfAbsent);
+    }
+
+    QSet<int> inputs(const char *option, int nTiles)
+    {
+        QSet<int> inputs;
+        if (!m_parser.isSet(option)) {
+            return inputs;
+        }
+        const QStringList words = m_parser.value(option).split(QLatin1Char(','));
+        for (const QString &word : words) {
+            const std::optional<int> number = wholeNumber(word);
+            if (!number || *number >= nTiles) {
+                refuse(option, QStringLiteral("inputs from 0 to %1, with commas between them")
+                                   .arg(nTiles - 1));
+            }
+            inputs.insert(number.value_or(0));
+        }
+        return inputs;
     }
 
     QHostAddress address(const QHostAddress &valueIfAbsent)
@@ -190,6 +212,8 @@ sCommandLine parsedCommandLine(const QStringList &arguments)
     options.m_nPort = quint16(reader.number(PortOption, 0, 65535, options.m_nPort));
     options.m_nFps = reader.number(FpsOption, 1, 60, options.m_nFps);
     options.m_nTiles = reader.tiles(options.m_nTiles);
+    options.m_dark = reader.inputs(NoSignalOption, options.m_nTiles);
+    options.m_still = reader.inputs(StillOption, options.m_nTiles);
     options.m_nQuality = reader.number(QualityOption, 1, 100, options.m_nQuality);
     options.m_nFrames =
         reader.number(FramesOption, 0, std::numeric_limits<int>::max(), options.m_nFrames);

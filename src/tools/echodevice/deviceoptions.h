@@ -2,6 +2,7 @@
 #define MORVEK_TOOLS_DEVICEOPTIONS_H
 
 #include <QHostAddress>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -14,6 +15,8 @@ struct sDeviceOptions
     quint16 m_nPort = 0;       ///< 0: any free one
     int m_nFps = 12;           ///< pictures a second, 1 to 60
     int m_nTiles = 16;         ///< one of supportedTileCounts()
+    QSet<int> m_dark;          ///< inputs without signal, which are black
+    QSet<int> m_still;         ///< inputs that hang: they show their first picture for ever
     int m_nQuality = 80;       ///< of the JPEG pictures, 1 to 100
     int m_nFrames = 0;         ///< pictures to make before the end; 0: without end
     bool m_isStreaming = true; ///< pictures are sent over TCP

@@ -29,6 +29,7 @@ DeviceRun::DeviceRun(const sDeviceOptions &options, QObject *parent)
     , m_source(options.m_nTiles, options.m_nQuality)
     , m_pacer(isPaced() ? options.m_nFps : UnpacedFps)
 {
+    m_source.setFaultyInputs(options.m_dark, options.m_still);
     m_lastWait.setSingleShot(true);
     connect(&m_server, &StreamServer::clientCountChanged, this, &DeviceRun::slotClientCountChanged);
     connect(&m_pacer, &FramePacer::pictureDue, this, &DeviceRun::slotPictureDue);

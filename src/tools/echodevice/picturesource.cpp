@@ -17,6 +17,12 @@ PictureSource::PictureSource(int nTiles, int nQuality)
     , m_nQuality(nQuality)
 {}
 
+void PictureSource::setFaultyInputs(const QSet<int> &dark, const QSet<int> &still)
+{
+    m_painter.setDark(dark);
+    m_painter.setStill(still);
+}
+
 bool PictureSource::isUsable()
 {
     return QImageWriter::supportedImageFormats().contains(PictureFormat);

@@ -20,6 +20,8 @@ public:
      * @param nQuality  of the JPEG pictures, 1 to 100
      */
     PictureSource(int nTiles, int nQuality);
+    /** Inputs without signal, and inputs that hang, from the next picture on. */
+    void setFaultyInputs(const QSet<int> &dark, const QSet<int> &still);
 
     /** Whether JPEG pictures can be made at all: Qt loads what it needs for that at run time. */
     static bool isUsable();

@@ -81,16 +81,38 @@ EchoPainter::EchoPainter(int nTiles)
     m_picture = m_background.copy();
 }
 
+void EchoPainter::setDark(const QSet<int> &inputs)
+{
+    QPainter painter(&m_picture);
+    for (std::size_t index = 0; index < m_plans.size(); ++index) {
+        const bool isDark = inputs.contains(int(index));
+        if (isDark) {
+            painter.fillRect(m_plans[index].m_tile, Qt::black);
+        } else if (m_dark.contains(int(index))) {
+            restoreBackground(painter, m_plans[index].m_tile);
+        }
+    }
+    m_dark = inputs;
+}
+
+bool EchoPainter::isDrawn(int nInput) const
+{
+    return !m_dark.contains(nInput) && (m_isFirst || !m_still.contains(nInput));
+}
+
 const QImage &EchoPainter::paint(quint32 nPicture, qint64 nTimeMs)
 {
     QPainter painter(&m_picture);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     for (std::size_t index = 0; index < m_plans.size(); ++index) {
-        paintMovingParts(painter, int(index), nPicture);
+        if (isDrawn(int(index))) {
+            paintMovingParts(painter, int(index), nPicture);
+        }
     }
     painter.end();
     writeTexts(nPicture, nTimeMs);
+    m_isFirst = false;
     return m_picture;
 }
 
@@ -114,6 +136,9 @@ void EchoPainter::writeTexts(quint32 nPicture, qint64 nTimeMs)
     const QByteArray frame = frameText(nPicture);
     const QByteArray time = timeText(nTimeMs);
     for (std::size_t index = 0; index < m_plans.size(); ++index) {
+        if (!isDrawn(int(index))) {
+            continue;
+        }
         const sTilePlan &plan = m_plans[index];
         m_frameGlyphs.write(m_picture, plan.m_frame.topLeft(), frame);
         m_timeGlyphs.write(m_picture, plan.m_time.topLeft(), time);

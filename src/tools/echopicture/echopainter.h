@@ -5,6 +5,7 @@
 #include "tilebackground.h"
 
 #include <QImage>
+#include <QSet>
 
 #include <vector>
 
@@ -29,6 +30,11 @@ public:
      */
     explicit EchoPainter(int nTiles);
 
+    /** Inputs without signal, whose tiles are black; all others show their picture again. */
+    void setDark(const QSet<int> &inputs);
+    /** Inputs that hang: from the next picture on their tiles stay as they are. */
+    void setStill(const QSet<int> &inputs) { m_still = inputs; }
+
     /**
      * Draws the next picture.
      *
@@ -40,6 +46,7 @@ public:
     const QImage &paint(quint32 nPicture, qint64 nTimeMs);
 
 private:
+    bool isDrawn(int nInput) const;
     void paintMovingParts(QPainter &painter, int nInput, quint32 nPicture) const;
     void restoreBackground(QPainter &painter, const QRect &area) const;
     void writeTexts(quint32 nPicture, qint64 nTimeMs);
@@ -49,6 +56,9 @@ private:
     const GlyphStrip m_timeGlyphs;        // for the time code
     QImage m_background;                  // what never changes
     QImage m_picture;
+    QSet<int> m_dark;
+    QSet<int> m_still;
+    bool m_isFirst = true; // nothing can stay before it was drawn once
 };
 
 } // namespace Morvek::Tools

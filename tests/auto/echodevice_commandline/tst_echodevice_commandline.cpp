@@ -147,6 +147,10 @@ void tst_EchoDeviceCommandLine::wrongCommandLineIsRefused_data()
     for (const char *value : {"", "0", "101", "80%"}) {
         addRow("quality", value, "a whole number from 1 to 100");
     }
+    for (const char *value : {"", "16", "-1", "3;4", "3,", "3, 4"}) {
+        addRow("no-signal", value, "inputs from 0 to 15, with commas between them");
+        addRow("still", value, "inputs from 0 to 15, with commas between them");
+    }
     for (const char *value : {"", "-1", "2147483648", "many"}) {
         addRow("frames", value, "a whole number from 0 to 2147483647");
     }
@@ -179,6 +183,8 @@ void tst_EchoDeviceCommandLine::valuesAtTheirLimitsAreTaken_data()
     QTest::newRow("lowest") << QStringList{"--fps", "1", "--quality", "1", "--tiles", "4"};
     QTest::newRow("highest") << QStringList{"--fps",   "60", "--quality", "100",
                                             "--tiles", "25", "--frames",  "2147483647"};
+    QTest::newRow("first and last inputs")
+        << QStringList{"--tiles", "9", "--no-signal", "0,8", "--still", "8,0"};
 }
 
 void tst_EchoDeviceCommandLine::valuesAtTheirLimitsAreTaken()

@@ -99,6 +99,7 @@ private Q_SLOTS:
     void timeCodeShowsTheTimeOfDay();
     void pictureDoesNotDependOnTheOnesBefore();
     void keptPictureStaysAsItWas();
+    void faultyInputsAreBlackOrStayAndTheOthersGoOn();
     void unknownNumberOfTilesIsBlack();
     void paintingIsFasterThanTheStream();
 };
@@ -292,6 +293,30 @@ void tst_EchoPicture::keptPictureStaysAsItWas()
     const QImage copy = kept.copy();
     QVERIFY(painter.paint(1, Noon + 40) != kept);
     COMPARE_PICTURES(kept, copy);
+}
+
+void tst_EchoPicture::faultyInputsAreBlackOrStayAndTheOthersGoOn()
+{
+    EchoPainter painter(9);
+    EchoPainter whole(9);
+    painter.setStill({6});
+    const QImage first = painter.paint(0, Noon).copy();
+    COMPARE_PICTURES(first, whole.paint(0, Noon));
+    painter.setDark({3});
+    QImage black = first.copy(tileRect(9, 3));
+    black.fill(Qt::black);
+    const QImage later = painter.paint(1, Noon + 40).copy();
+    const QImage wholeLater = whole.paint(1, Noon + 40).copy();
+    for (int nInput = 0; nInput < 9; ++nInput) {
+        const QRect tile = tileRect(9, nInput);
+        const QImage expected = nInput == 3 ? black
+                              : nInput == 6 ? first.copy(tile)
+                                            : wholeLater.copy(tile);
+        COMPARE_PICTURES(later.copy(tile), expected);
+    }
+    painter.setDark({});
+    painter.setStill({});
+    COMPARE_PICTURES(painter.paint(2, Noon + 80), whole.paint(2, Noon + 80));
 }
 
 void tst_EchoPicture::unknownNumberOfTilesIsBlack()
