@@ -7,13 +7,13 @@ using namespace Morvek::Tools;
 
 namespace {
 
-constexpr qint64 Start = 1700000000000; // ms since the epoch
+constexpr qint64 Start = 1700000000; // on the clock that does not jump
 
 /** The library's lines, as they come out of its logger. */
 sLogEntry warning(const QString &strText, qint64 nTimeMs)
 {
     sLogEntry entry;
-    entry.m_nTimeMs = nTimeMs;
+    entry.m_nSteadyMs = nTimeMs;
     entry.m_eType = QtWarningMsg;
     entry.m_strText = strText;
     return entry;
@@ -56,6 +56,7 @@ private Q_SLOTS:
     void backsOffAfterAFailedRead();
     void aPictureEndsTheBackOff();
     void aLatePictureDoesNot();
+    void settingTheTimeChangesNothing();
     void reconnectingEndsTheBackOff();
     void linesFromBeforeDoNotCount();
     void otherLinesDoNotCount();
@@ -144,6 +145,18 @@ void tst_DeviceStateObserver::aLatePictureDoesNot()
     observer.addLog(readFailed(Start + 1000));
     observer.addPicture(Start + 1200);
     QCOMPARE(observer.status(Start + 1200).m_eState, eDeviceState::BackingOff);
+}
+
+void tst_DeviceStateObserver::settingTheTimeChangesNothing()
+{
+    DeviceStateObserver observer = reading();
+    sLogEntry failed = readFailed(Start + 1000);
+    for (qint64 nTimeOfDayMs : {Start - 3600000, Start + 3600000}) {
+        failed.m_nTimeMs = nTimeOfDayMs;
+        observer.addLog(failed);
+        QCOMPARE(observer.status(Start + 1000).m_eState, eDeviceState::BackingOff);
+        QCOMPARE(observer.status(Start + 1000).m_nSecondsLeft, 60);
+    }
 }
 
 void tst_DeviceStateObserver::reconnectingEndsTheBackOff()

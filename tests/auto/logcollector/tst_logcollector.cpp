@@ -28,11 +28,14 @@ private Q_SLOTS:
 void tst_LogCollector::keepsTextLevelAndPlace()
 {
     LogCollector log;
+    const qint64 nBefore = steadyMs();
     const int nLine = __LINE__ + 1;
     qDebug("hello %d", 7);
+    const qint64 nAfter = steadyMs();
     const QList<sLogEntry> entries = log.entriesAfter(0);
     QCOMPARE(entries.size(), 1);
     QCOMPARE(entries[0].m_strText, QStringLiteral("hello 7"));
+    QVERIFY(entries[0].m_nSteadyMs >= nBefore && entries[0].m_nSteadyMs <= nAfter);
     QCOMPARE(entries[0].m_eType, QtDebugMsg);
     QCOMPARE(entries[0].place(), QStringLiteral("tst_logcollector.cpp:%1").arg(nLine));
     QVERIFY(entries[0].m_strFunction.contains(QStringLiteral("keepsTextLevelAndPlace")));

@@ -43,10 +43,10 @@ void DeviceStateObserver::restart(qint64 nNowMs)
 
 void DeviceStateObserver::addLog(const sLogEntry &entry)
 {
-    if (entry.m_nTimeMs < m_nRestartMs || !concernsDevice(entry))
+    if (entry.m_nSteadyMs < m_nRestartMs || !concernsDevice(entry))
         return;
     m_strReason = entry.m_strText.simplified();
-    m_nBackOffMs = saysReadFailed(entry.m_strText) ? entry.m_nTimeMs : 0;
+    m_nBackOffMs = saysReadFailed(entry.m_strText) ? entry.m_nSteadyMs : 0;
     if (m_nBackOffMs > 0)
         m_nPictureMs = 0;
 }

@@ -30,7 +30,7 @@ struct sDeviceStatus
 
 /**
  * Tells the device's state from what a host can see: what it asked for, the library's log lines, and
- * whether new pictures come. All times are ms since the epoch.
+ * whether new pictures come. All times are those of steadyMs().
  */
 class DeviceStateObserver
 {

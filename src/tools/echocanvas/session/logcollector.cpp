@@ -5,6 +5,8 @@
 #include <QMutexLocker>
 #include <QReadWriteLock>
 
+#include <chrono>
+
 namespace Morvek::Tools {
 
 namespace {
@@ -24,6 +26,12 @@ bool isWarning(QtMsgType eType)
 }
 
 } // namespace
+
+qint64 steadyMs()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
 
 QString sLogEntry::place() const
 {
@@ -65,6 +73,7 @@ void LogCollector::add(QtMsgType eType, const QMessageLogContext &context, const
 {
     sLogEntry entry;
     entry.m_nTimeMs = QDateTime::currentMSecsSinceEpoch();
+    entry.m_nSteadyMs = steadyMs();
     entry.m_eType = eType;
     entry.m_strText = strText;
     entry.m_strFile = QString::fromUtf8(context.file);

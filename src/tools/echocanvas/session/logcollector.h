@@ -11,11 +11,15 @@
 
 namespace Morvek::Tools {
 
+/** Now, in ms on a clock that does not jump where somebody sets the time. @thread any */
+qint64 steadyMs();
+
 /** One message of the program or of a library in it. */
 struct sLogEntry
 {
-    qint64 m_nNumber = 0; ///< counts all messages, from 1
-    qint64 m_nTimeMs = 0; ///< ms since the epoch
+    qint64 m_nNumber = 0;   ///< counts all messages, from 1
+    qint64 m_nTimeMs = 0;   ///< ms since the epoch
+    qint64 m_nSteadyMs = 0; ///< the same time on the clock of steadyMs()
     QtMsgType m_eType = QtDebugMsg;
     QString m_strText;
     QString m_strFile; ///< source file; empty where the message does not tell

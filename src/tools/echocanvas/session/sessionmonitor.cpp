@@ -31,7 +31,7 @@ SessionMonitor::SessionMonitor(DeviceSession &session, LogCollector &log, QObjec
     connect(&m_log, &LogCollector::arrived, this, &SessionMonitor::readLog);
     connect(&m_session, &DeviceSession::changed, this, &SessionMonitor::followSession);
     connect(&m_session, &DeviceSession::readingRestarted, this,
-            [this] { m_device.restart(QDateTime::currentMSecsSinceEpoch()); });
+            [this] { m_device.restart(steadyMs()); });
     connect(&m_session, &DeviceSession::previewFinished, this, [this] { ++m_nPreviews; });
     connect(&m_sampling, &QTimer::timeout, this, &SessionMonitor::sample);
     m_sampling.start(Series::SampleIntervalMs);
@@ -39,7 +39,7 @@ SessionMonitor::SessionMonitor(DeviceSession &session, LogCollector &log, QObjec
 
 sDeviceStatus SessionMonitor::deviceStatus() const
 {
-    return m_device.status(QDateTime::currentMSecsSinceEpoch());
+    return m_device.status(steadyMs());
 }
 
 void SessionMonitor::slotTick()
@@ -73,7 +73,7 @@ void SessionMonitor::lookAt(int nInput, qint64 nNowMs)
     const bool isFirstWithNews = isProbe(nInput);
     if (isFirstWithNews) {
         ++m_nPictures;
-        m_device.addPicture(QDateTime::currentMSecsSinceEpoch());
+        m_device.addPicture(steadyMs());
     }
     if (nNowMs - input.m_nStampMs >= StampIntervalMs || (isFirstWithNews && input.m_hasStamp))
         readStamp(input, nInput, nNowMs);
@@ -124,7 +124,7 @@ void SessionMonitor::followSession()
     m_inputs = std::vector<sInput>(std::size_t(m_session.inputCount()));
     m_frames = FrameCounter();
     m_nDroppedAtSample = 0;
-    m_device.restart(QDateTime::currentMSecsSinceEpoch());
+    m_device.restart(steadyMs());
 }
 
 void SessionMonitor::sample()
