@@ -38,6 +38,9 @@ void WindowHost::setScene(const sScene &scene, const QString &strFileName)
     if (m_adjust)
         m_adjust(adjusted);
     m_document.setScene(adjusted, strFileName);
+    // What other layers showed is no success of these, though they have the same numbers.
+    m_rendered.clear();
+    m_fromStream.clear();
     takeDevices();
     takeScreens();
 }
@@ -53,7 +56,20 @@ void WindowHost::takeLayer(const LayerKey &key)
 
 void WindowHost::takeScreens()
 {
+    forgetRemovedLayers();
     m_session.setScreens(resolved(m_document.scene()).m_screens);
+}
+
+/** A layer that is added later may be given the number of one that is gone. */
+void WindowHost::forgetRemovedLayers()
+{
+    QSet<int> present;
+    for (const sSceneScreen &screen : m_document.scene().m_screens) {
+        for (const sSceneLayer &layer : screen.m_layers)
+            present.insert(numberOf(layer.m_config.m_LayerIdentifies));
+    }
+    m_rendered &= present;
+    m_fromStream &= present;
 }
 
 void WindowHost::takeDevices()

@@ -40,11 +40,17 @@ public:
     SessionMonitor &monitor() { return m_monitor; }
     LogCollector &log() { return m_log; }
 
-    /** Plays another scene, as if it had been given at the start. */
+    /**
+     * Plays another scene, adjusted like the first one; blocks where the devices are other ones.
+     *
+     * The active device's place among the devices stays, where the scene has as many, and so does
+     * what the user asked for: online or not, reading, rendering.
+     */
     void setScene(const sScene &scene, const QString &strFileName);
     /**
-     * What keeps the run from being a success: layers that were never rendered, and layers with a
-     * source that never showed a picture of the device. Empty if nothing does.
+     * What keeps the run from being a success: layers of the present scene that were never rendered
+     * since it is played, and those with a source that never showed a picture of the device. Empty
+     * if nothing does.
      */
     QStringList shortcomings() const;
 
@@ -52,6 +58,7 @@ private:
     sScene resolved(const sScene &scene);
     void takeLayer(const LayerKey &key);
     void takeScreens();
+    void forgetRemovedLayers();
     void takeDevices();
     void notePreview(const LayerKey &key);
 
