@@ -1,5 +1,6 @@
 #include "cropeditor.h"
 
+#include <QApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
@@ -26,8 +27,7 @@ CropEditor::CropEditor(QWidget *pParent)
     setAccessibleName(QStringLiteral("Source: part that is shown"));
     setToolTip(QStringLiteral(
         "The source's picture. Draw a rectangle to show only that part; drag it, or its handles, "
-        "to "
-        "change it. Arrow keys move it by 8 source pixels, with Shift they resize it."));
+        "to change it. Arrow keys move it by 8 source pixels, with Shift they resize it."));
 }
 
 QSize CropEditor::sizeHint() const
@@ -49,9 +49,18 @@ void CropEditor::setCrop(const QSize &source, const QRect &crop)
     m_source = source;
     m_crop = crop;
     setEnabled(!m_source.isEmpty());
-    if (isReshaped)
+    if (isReshaped) {
+        endDrag(); // a disabled widget hears of no release
         updateGeometry();
+    }
     update();
+}
+
+void CropEditor::endDrag()
+{
+    m_drag.reset();
+    m_bandStart.reset();
+    m_isBandDrawn = false;
 }
 
 void CropEditor::setPicture(const QImage &picture)
@@ -65,26 +74,49 @@ void CropEditor::setPicture(const QImage &picture)
 QRect CropEditor::room() const
 {
     const QSize shape = m_source.isEmpty() ? UsualShape : m_source;
-    QRect rect(QPoint(0, 0), shape.scaled(size() - QSize(2, 2), Qt::KeepAspectRatio));
+    const QSize scaled = shape.scaled(size() - QSize(2, 2), Qt::KeepAspectRatio);
+    QRect rect(QPoint(0, 0), scaled.expandedTo(QSize(1, 1)));
     rect.moveCenter(this->rect().center());
     return rect;
 }
 
-double CropEditor::scale() const
+/** Differs in both ways where one of them came down to a single pixel. */
+QSizeF CropEditor::scale() const
 {
-    return m_source.isEmpty() ? 1 : double(room().width()) / m_source.width();
+    if (m_source.isEmpty())
+        return QSizeF(1, 1);
+    const QSize size = room().size();
+    return QSizeF(double(size.width()) / m_source.width(),
+                  double(size.height()) / m_source.height());
 }
 
 QRect CropEditor::onWidget(const QRect &crop) const
 {
-    const QPointF origin = room().topLeft();
-    return QRectF(QPointF(crop.topLeft()) * scale() + origin, QSizeF(crop.size()) * scale())
-        .toRect();
+    const QSizeF factor = scale();
+    const QRectF rect(crop.x() * factor.width(), crop.y() * factor.height(),
+                      crop.width() * factor.width(), crop.height() * factor.height());
+    return rect.translated(room().topLeft()).toRect();
 }
 
 QPointF CropEditor::toSource(const QPoint &point) const
 {
-    return QPointF(point - room().topLeft()) / scale();
+    const QPointF onPicture = point - room().topLeft();
+    const QSizeF factor = scale();
+    return QPointF(onPicture.x() / factor.width(), onPicture.y() / factor.height());
+}
+
+/** In the source's pixels, how far the mouse goes before a press is more than a click. */
+double CropEditor::leastWay() const
+{
+    return QApplication::startDragDistance() / qMax(scale().width(), scale().height());
+}
+
+/** The crop moved, and not cut, so that it lies inside the source. */
+QRect CropEditor::movedInside(QRect crop) const
+{
+    crop.moveTo(qBound(0, crop.x(), m_source.width() - crop.width()),
+                qBound(0, crop.y(), m_source.height() - crop.height()));
+    return crop;
 }
 
 void CropEditor::want(const QRect &crop)
@@ -137,25 +169,36 @@ void CropEditor::mousePressEvent(QMouseEvent *pEvent)
 
 void CropEditor::mouseMoveEvent(QMouseEvent *pEvent)
 {
+    if (!(pEvent->buttons() & Qt::LeftButton))
+        endDrag();
     const QPointF place = toSource(pEvent->pos());
-    if (m_drag) {
-        QRect rect = m_drag->rectAt(place);
-        const QRect whole(QPoint(0, 0), m_source);
-        if (rect.size() == m_crop.size()) // moved, so it keeps its size at the source's edges
-            rect.moveTo(qBound(0, rect.x(), m_source.width() - rect.width()),
-                        qBound(0, rect.y(), m_source.height() - rect.height()));
-        want(rect & whole);
-    } else if (m_bandStart) {
-        want(QRectF(*m_bandStart, place).normalized().toAlignedRect());
-    } else {
+    if (m_drag)
+        drag(place);
+    else if (m_bandStart)
+        drawBand(place);
+    else
         setCursor(cursorOf(edgesAt(onWidget(m_crop), pEvent->pos())));
-    }
 }
 
-void CropEditor::mouseReleaseEvent(QMouseEvent *)
+void CropEditor::drag(const QPointF &place)
 {
-    m_drag.reset();
-    m_bandStart.reset();
+    if (!m_drag->hasBegun(place, leastWay()))
+        return;
+    const QRect rect = m_drag->rectAt(place);
+    want(m_drag->isMove() ? movedInside(rect) : rect);
+}
+
+void CropEditor::drawBand(const QPointF &place)
+{
+    m_isBandDrawn = m_isBandDrawn || (place - *m_bandStart).manhattanLength() >= leastWay();
+    if (m_isBandDrawn)
+        want(QRectF(*m_bandStart, place).normalized().toAlignedRect());
+}
+
+void CropEditor::mouseReleaseEvent(QMouseEvent *pEvent)
+{
+    if (pEvent->button() == Qt::LeftButton)
+        endDrag();
 }
 
 void CropEditor::keyPressEvent(QKeyEvent *pEvent)
@@ -183,7 +226,7 @@ void CropEditor::keyPressEvent(QKeyEvent *pEvent)
     if (pEvent->modifiers() & Qt::ShiftModifier)
         rect.setSize((rect.size() + QSize(way.x(), way.y())).expandedTo(QSize(1, 1)));
     else
-        rect.translate(way);
+        rect = movedInside(rect.translated(way));
     want(rect);
 }
 

@@ -23,6 +23,8 @@ public:
     /** @param source  size in the source's own pixels; empty for none. @param crop  in the same */
     void setCrop(const QSize &source, const QRect &crop);
     void setPicture(const QImage &picture);
+    /** Forgets a drag: what comes next is of another layer. */
+    void endDrag();
     /** Where a part of the source lies on the widget. */
     QRect onWidget(const QRect &crop) const;
 
@@ -43,8 +45,12 @@ protected:
 
 private:
     QRect room() const;
-    double scale() const;
+    QSizeF scale() const;
     QPointF toSource(const QPoint &point) const;
+    double leastWay() const;
+    void drag(const QPointF &place);
+    void drawBand(const QPointF &place);
+    QRect movedInside(QRect crop) const;
     void want(const QRect &crop);
 
     QSize m_source;
@@ -52,6 +58,7 @@ private:
     QImage m_picture;
     std::optional<LayerDrag> m_drag;    // of the crop that there is
     std::optional<QPointF> m_bandStart; // of a new one, in the source's pixels
+    bool m_isBandDrawn = false;         // the mouse went further than it does in a click
 };
 
 } // namespace Morvek::Tools

@@ -63,7 +63,14 @@ LayerDrag::LayerDrag(const QRect &rect, Qt::Edges edges, const QPointF &start)
     : m_rect(rect)
     , m_edges(edges)
     , m_start(start)
+    , m_hasBegun(edges != Qt::Edges())
 {}
+
+bool LayerDrag::hasBegun(const QPointF &point, double leastWay)
+{
+    m_hasBegun = m_hasBegun || (point - m_start).manhattanLength() >= leastWay;
+    return m_hasBegun;
+}
 
 QRect LayerDrag::rectAt(const QPointF &point) const
 {

@@ -43,6 +43,15 @@ public:
     /** The rectangle once the mouse is there: never smaller than one pixel. */
     QRect rectAt(const QPointF &point) const;
     QRect startRect() const { return m_rect; }
+    /** Whether all of the rectangle is moved. */
+    bool isMove() const { return !m_edges; }
+    /**
+     * Whether the mouse is or was far enough from where it began: a click that wobbles moves nothing,
+     * while a handle is meant to follow at once.
+     *
+     * @param leastWay  in the rectangle's own pixels
+     */
+    bool hasBegun(const QPointF &point, double leastWay);
     /** Whether this is the drag's first step, which it is for one call only. */
     bool takeFirst();
 
@@ -50,6 +59,7 @@ private:
     QRect m_rect;
     Qt::Edges m_edges;
     QPointF m_start;
+    bool m_hasBegun;
     bool m_isFirst = true;
 };
 

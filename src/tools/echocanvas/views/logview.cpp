@@ -2,8 +2,11 @@
 
 #include "statelook.h"
 
+#include <QAction>
+#include <QClipboard>
 #include <QComboBox>
 #include <QDateTime>
+#include <QEvent>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -156,32 +159,82 @@ LogView::LogView(const LogCollector &log, QWidget *pParent)
     pLayout->addLayout(pBar);
     pLayout->addWidget(m_pTable);
 
+    buildTable();
+    followEnd();
+    connect(pLevel, qOverload<int>(&QComboBox::currentIndexChanged), this, [this](int nLevel) {
+        m_model.setSeverity(nLevel);
+        m_isFollowing = true;
+        m_pTable->scrollToBottom();
+    });
+    connect(&log, &LogCollector::arrived, &m_model, &LogModel::refresh);
+    m_model.refresh();
+}
+
+void LogView::buildTable()
+{
     m_pTable->setModel(&m_model);
     m_pTable->setAccessibleName(QStringLiteral("Messages"));
     m_pTable->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_pTable->setTabKeyNavigation(false);
     m_pTable->setWordWrap(false);
     m_pTable->verticalHeader()->hide();
+    m_pTable->horizontalHeader()->setSectionResizeMode(Text, QHeaderView::Stretch);
+    adaptToFont();
+    auto *const pCopy = new QAction(QStringLiteral("&Copy the messages"), m_pTable);
+    pCopy->setShortcut(QKeySequence::Copy);
+    pCopy->setShortcutContext(Qt::WidgetShortcut);
+    connect(pCopy, &QAction::triggered, this, &LogView::copySelection);
+    m_pTable->addAction(pCopy);
+    m_pTable->setContextMenuPolicy(Qt::ActionsContextMenu);
+}
+
+/** Who has scrolled up wants to read; all others want to see what comes, also if it comes unseen. */
+void LogView::followEnd()
+{
+    QScrollBar *const pBar = m_pTable->verticalScrollBar();
+    connect(pBar, &QScrollBar::valueChanged, this,
+            [this, pBar](int nValue) { m_isFollowing = nValue >= pBar->maximum(); });
+    connect(pBar, &QScrollBar::rangeChanged, this, [this, pBar](int, int nMaximum) {
+        if (m_isFollowing)
+            pBar->setValue(nMaximum);
+    });
+    connect(&m_model, &QAbstractItemModel::rowsRemoved, this,
+            [this, pBar](const QModelIndex &, int nFirst, int nLast) {
+                if (!m_isFollowing)
+                    pBar->setValue(pBar->value() - (nLast - nFirst + 1));
+            });
+}
+
+void LogView::adaptToFont()
+{
     m_pTable->verticalHeader()->setDefaultSectionSize(fontMetrics().lineSpacing() + 4);
     const int nDigit = fontMetrics().horizontalAdvance(QLatin1Char('0'));
     m_pTable->setColumnWidth(Time, 15 * nDigit);
     m_pTable->setColumnWidth(Level, 13 * nDigit);
     m_pTable->setColumnWidth(Place, 40 * nDigit);
-    m_pTable->horizontalHeader()->setSectionResizeMode(Text, QHeaderView::Stretch);
-    connect(pLevel, qOverload<int>(&QComboBox::currentIndexChanged), this,
-            [this](int nLevel) { m_model.setSeverity(nLevel); });
-    connect(&log, &LogCollector::arrived, this, &LogView::refresh);
-    refresh();
 }
 
-void LogView::refresh()
+void LogView::changeEvent(QEvent *pEvent)
 {
-    const QScrollBar *const pBar = m_pTable->verticalScrollBar();
-    // Who has scrolled up wants to read.
-    const bool isAtEnd = pBar->value() >= pBar->maximum();
-    m_model.refresh();
-    if (isAtEnd)
-        m_pTable->scrollToBottom();
+    QWidget::changeEvent(pEvent);
+    if (pEvent->type() == QEvent::FontChange)
+        adaptToFont();
+}
+
+/** Whole lines: Qt would copy one cell of them. */
+void LogView::copySelection() const
+{
+    QStringList lines;
+    for (int nRow = 0; nRow < m_model.rowCount(); ++nRow) {
+        if (!m_pTable->selectionModel()->isRowSelected(nRow, QModelIndex()))
+            continue;
+        QStringList cells;
+        for (int nColumn = 0; nColumn < ColumnCount; ++nColumn)
+            cells.append(m_model.index(nRow, nColumn).data().toString());
+        lines.append(cells.join(QLatin1Char('\t')));
+    }
+    if (!lines.isEmpty())
+        QGuiApplication::clipboard()->setText(lines.join(QLatin1Char('\n')));
 }
 
 } // namespace Morvek::Tools

@@ -52,11 +52,18 @@ public:
     explicit LogView(const LogCollector &log, QWidget *pParent = nullptr);
     const LogModel &model() const { return m_model; }
 
+protected:
+    void changeEvent(QEvent *pEvent) override;
+
 private:
-    void refresh();
+    void buildTable();
+    void followEnd();
+    void adaptToFont();
+    void copySelection() const;
 
     LogModel m_model;
     QTableView *m_pTable;
+    bool m_isFollowing = true; // the newest message stays in sight
 };
 
 } // namespace Morvek::Tools

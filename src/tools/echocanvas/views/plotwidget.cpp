@@ -103,7 +103,9 @@ void PlotWidget::paintCurve(QPainter &painter, const QRectF &room, double end) c
             isPenDown = false;
             continue;
         }
-        const QPointF point(x, room.bottom() - room.height() * qMin(1.0, values[nSample] / end));
+        // An age below zero, where the clocks of two machines differ, lies at the bottom.
+        const double share = qBound(0.0, values[nSample] / end, 1.0);
+        const QPointF point(x, room.bottom() - room.height() * share);
         if (isPenDown)
             path.lineTo(point);
         else

@@ -10,10 +10,12 @@ namespace Morvek::Tools {
 
 namespace {
 
+constexpr int MaxNameLength = 80; // file systems take no names of any length
+
 QString plainName(const QString &strName)
 {
     static const QRegularExpression others(QStringLiteral("[^a-z0-9]+"));
-    return strName.toLower().replace(others, QStringLiteral("-"));
+    return strName.toLower().replace(others, QStringLiteral("-")).left(MaxNameLength);
 }
 
 } // namespace
