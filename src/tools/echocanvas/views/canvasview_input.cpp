@@ -1,5 +1,6 @@
 #include "canvasview.h"
 
+#include <QApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QWheelEvent>
@@ -55,14 +56,18 @@ void CanvasView::mouseMoveEvent(QMouseEvent *pEvent)
         updateCursor(pEvent->pos());
         return;
     }
-    const QRect rect = m_drag->rectAt(toCanvas(pEvent->pos()));
+    const QPointF place = toCanvas(pEvent->pos());
+    if (!m_drag->hasBegun(place, QApplication::startDragDistance() / m_zoom))
+        return;
+    const QRect rect = m_drag->rectAt(place);
     if (rect != pLayer->canvasRect())
         Q_EMIT geometryWanted(*m_selected, rect, m_drag->takeFirst());
 }
 
-void CanvasView::mouseReleaseEvent(QMouseEvent *)
+void CanvasView::mouseReleaseEvent(QMouseEvent *pEvent)
 {
-    m_drag.reset();
+    if (pEvent->button() == Qt::LeftButton)
+        m_drag.reset();
 }
 
 void CanvasView::updateCursor(const QPoint &point)
@@ -134,6 +139,7 @@ void CanvasView::selectNext(int nStep)
     }
     const int nNext = (nNow + nStep + nLayers) % nLayers;
     const LayerKey key = m_screen.m_layers[nNext].m_config.m_LayerIdentifies;
+    m_drag.reset(); // which was of another layer
     Q_EMIT layerSelected(key);
 }
 

@@ -45,9 +45,12 @@ Inspector::Inspector(SceneDocument &document, QWidget *pParent)
     auto *const pSections = new QVBoxLayout(m_pFields);
     pSections->setContentsMargins(0, 0, 0, 0);
     pSections->setSpacing(4);
-    m_sections = {makeNameSection(),    makeGeometrySection(), makeSourceSection(m_pCropEditor),
-                  makeLookSection(),    makeBorderSection(),   makeMaskSection(),
-                  makeAlphaMapSection()};
+    // As a scene file has it: whatever device is active, the first one's inputs.
+    const auto inputCount = [this] { return m_document.scene().m_device.m_nTiles; };
+    m_sections = {
+        makeNameSection(),    makeGeometrySection(), makeSourceSection(m_pCropEditor, inputCount),
+        makeLookSection(),    makeBorderSection(),   makeMaskSection(),
+        makeAlphaMapSection()};
     for (InspectorSection *pSection : qAsConst(m_sections)) {
         pSections->addWidget(pSection);
         connect(pSection, &InspectorSection::edited, this, &Inspector::edit);
@@ -75,6 +78,9 @@ void Inspector::resizeEvent(QResizeEvent *pEvent)
 
 void Inspector::setLayer(std::optional<LayerKey> key)
 {
+    const bool isOther = key.has_value() != m_key.has_value() || (key && !(*key == *m_key));
+    if (isOther)
+        m_pCropEditor->endDrag();
     m_key = key;
     m_pLastField = nullptr;
     refresh();

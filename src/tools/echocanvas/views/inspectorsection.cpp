@@ -1,9 +1,12 @@
 #include "inspectorsection.h"
 
+#include "statelook.h"
+
 #include <QCheckBox>
 #include <QColorDialog>
 #include <QComboBox>
 #include <QFormLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
@@ -31,6 +34,24 @@ QIcon swatch(const QColor &color)
     return QIcon(pixmap);
 }
 
+/** Whether nothing is typed there that was not taken over yet. */
+bool isAsLoaded(const QWidget &field)
+{
+    const auto *const pEdit = qobject_cast<const QLineEdit *>(&field);
+    const auto *const pText = pEdit ? pEdit : field.findChild<QLineEdit *>();
+    return !pText || !pText->isModified();
+}
+
+/** Whether the field would keep a key for itself that is meant for the scene. */
+bool isUndoOfScene(const QWidget &field, const QEvent &event)
+{
+    if (event.type() != QEvent::ShortcutOverride)
+        return false;
+    const auto &key = static_cast<const QKeyEvent &>(event);
+    const bool isUndo = key.matches(QKeySequence::Undo) || key.matches(QKeySequence::Redo);
+    return isUndo && isAsLoaded(field);
+}
+
 } // namespace
 
 InspectorSection::InspectorSection(const QString &strTitle, eLayerPart ePart, QWidget *pParent)
@@ -42,8 +63,7 @@ InspectorSection::InspectorSection(const QString &strTitle, eLayerPart ePart, QW
     m_pForm->setVerticalSpacing(3);
 }
 
-void InspectorSection::addField(const sFieldText &text, QWidget *pField,
-                                std::function<void(const sSceneLayer &)> loader)
+void InspectorSection::addField(const sFieldText &text, QWidget *pField, Loader loader)
 {
     const QString strUnit = text.m_strUnit.isEmpty()
                               ? QString()
@@ -52,6 +72,7 @@ void InspectorSection::addField(const sFieldText &text, QWidget *pField,
     pField->setAccessibleName(title() + QStringLiteral(": ") + plainName(text.m_strName));
     pField->setAccessibleDescription(text.m_strTip + strUnit);
     pField->setObjectName(plainName(text.m_strName));
+    pField->installEventFilter(this);
     auto *const pLabel = new QLabel(text.m_strName);
     pLabel->setBuddy(pField);
     pLabel->setToolTip(pField->toolTip());
@@ -123,20 +144,44 @@ QPushButton *InspectorSection::addColor(const sFieldText &text, GetColor get, Se
     return pButton;
 }
 
-QLineEdit *InspectorSection::addText(const sFieldText &text, GetText get, SetText set)
+QLineEdit *InspectorSection::addText(const sFieldText &text, GetText get, SetText set,
+                                     CheckText check)
 {
     auto *const pEdit = new QLineEdit;
     addField(text, pEdit, [pEdit, get](const sSceneLayer &layer) {
         if (pEdit->text() != get(layer))
             pEdit->setText(get(layer));
+        pEdit->setModified(false);
     });
-    connect(pEdit, &QLineEdit::editingFinished, this, [this, pEdit, set] {
-        edit([&](sSceneLayer &layer) { set(layer, pEdit->text()); }, pEdit);
+    QLabel *const pComplaint = check ? addComplaint(pEdit->objectName()) : nullptr;
+    connect(pEdit, &QLineEdit::editingFinished, this, [this, pEdit, pComplaint, set, check] {
+        const QString strComplaint = check ? check(pEdit->text()) : QString();
+        if (strComplaint.isEmpty()) {
+            edit([&](sSceneLayer &layer) { set(layer, pEdit->text()); }, pEdit);
+            return;
+        }
+        const QColor color = lookOf(eInputState::NoSignal, palette()).m_color;
+        pComplaint->setText(QStringLiteral("<span style=\"color:%1\">▲ %2</span>")
+                                .arg(color.name(), strComplaint.toHtmlEscaped()));
+        pComplaint->show();
     });
     return pEdit;
 }
 
-void InspectorSection::addWidget(QWidget *pWidget, std::function<void(const sSceneLayer &)> loader)
+/** A line below the last field, which goes when a layer is shown. */
+QLabel *InspectorSection::addComplaint(const QString &strName)
+{
+    auto *const pComplaint = new QLabel;
+    pComplaint->setObjectName(strName + QStringLiteral(" complaint"));
+    pComplaint->setTextFormat(Qt::RichText);
+    pComplaint->setWordWrap(true);
+    pComplaint->hide();
+    m_pForm->addRow(pComplaint);
+    addLoader([pComplaint](const sSceneLayer &) { pComplaint->hide(); });
+    return pComplaint;
+}
+
+void InspectorSection::addWidget(QWidget *pWidget, Loader loader)
 {
     m_pForm->addRow(pWidget);
     m_loaders.push_back(std::move(loader));
@@ -148,6 +193,18 @@ void InspectorSection::usableIf(IsUsed isUsed)
     QWidget *const pField = m_pLastField;
     m_loaders.push_back(
         [pField, isUsed](const sSceneLayer &layer) { pField->setEnabled(isUsed(layer)); });
+}
+
+/** The wheel scrolls past fields that nobody is in, and undo is the scene's but while typing. */
+bool InspectorSection::eventFilter(QObject *pWatched, QEvent *pEvent)
+{
+    const auto *const pField = qobject_cast<QWidget *>(pWatched);
+    const bool isPassing = pEvent->type() == QEvent::Wheel && pField && !pField->hasFocus();
+    if (isPassing || (pField && isUndoOfScene(*pField, *pEvent))) {
+        pEvent->ignore();
+        return true;
+    }
+    return QGroupBox::eventFilter(pWatched, pEvent);
 }
 
 void InspectorSection::load(const sSceneLayer &layer)

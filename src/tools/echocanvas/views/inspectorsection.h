@@ -8,11 +8,13 @@
 #include <QPair>
 
 #include <functional>
+#include <utility>
 #include <vector>
 
 class QCheckBox;
 class QComboBox;
 class QFormLayout;
+class QLabel;
 class QLineEdit;
 class QPushButton;
 class QSpinBox;
@@ -44,16 +46,22 @@ public:
     using SetColor = std::function<void(sSceneLayer &, const QColor &)>;
     using GetText = std::function<QString(const sSceneLayer &)>;
     using SetText = std::function<void(sSceneLayer &, const QString &)>;
+    /** @return what is wrong with a text; empty if nothing is */
+    using CheckText = std::function<QString(const QString &)>;
     using IsUsed = std::function<bool(const sSceneLayer &)>;
+    using Loader = std::function<void(const sSceneLayer &)>;
 
     QSpinBox *addNumber(const sFieldText &text, int nMin, int nMax, GetNumber get, SetNumber set);
     QCheckBox *addFlag(const sFieldText &text, GetNumber get, SetNumber set);
     QComboBox *addChoice(const sFieldText &text, const QList<QPair<QString, int>> &choices,
                          GetNumber get, SetNumber set);
     QPushButton *addColor(const sFieldText &text, GetColor get, SetColor set);
-    QLineEdit *addText(const sFieldText &text, GetText get, SetText set);
+    /** @param check  of a text that is not taken over, and stays to be mended, it tells why */
+    QLineEdit *addText(const sFieldText &text, GetText get, SetText set, CheckText check = {});
     /** Adds anything else. @param loader  shows a layer in it */
-    void addWidget(QWidget *pWidget, std::function<void(const sSceneLayer &)> loader);
+    void addWidget(QWidget *pWidget, Loader loader);
+    /** Has something else done whenever a layer is shown. */
+    void addLoader(Loader loader) { m_loaders.push_back(std::move(loader)); }
     /** The field that was added last is usable only for layers for which this is true. */
     void usableIf(IsUsed isUsed);
 
@@ -67,13 +75,16 @@ Q_SIGNALS:
     void edited(const Morvek::Tools::sSceneLayer &layer, Morvek::Tools::eLayerPart ePart,
                 QObject *pField);
 
+protected:
+    bool eventFilter(QObject *pWatched, QEvent *pEvent) override;
+
 private:
-    void addField(const sFieldText &text, QWidget *pField,
-                  std::function<void(const sSceneLayer &)> loader);
+    void addField(const sFieldText &text, QWidget *pField, Loader loader);
+    QLabel *addComplaint(const QString &strName);
 
     const eLayerPart m_ePart;
     QFormLayout *m_pForm;
-    std::vector<std::function<void(const sSceneLayer &)>> m_loaders;
+    std::vector<Loader> m_loaders;
     QWidget *m_pLastField = nullptr;
     sSceneLayer m_layer;
     bool m_isLoading = false;

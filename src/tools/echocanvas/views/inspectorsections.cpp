@@ -3,10 +3,15 @@
 #include "cropeditor.h"
 #include "scenereader.h"
 
+#include <echolayout.h>
+
+#include <QComboBox>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QStandardItemModel>
 
 namespace Morvek::Tools {
 
@@ -19,6 +24,7 @@ namespace LayerEnum = BizModel::Enum::Layer;
 constexpr int MaxExtent = 8192; // what a scene file allows
 constexpr int MaxInput = 24;
 constexpr int NoInput = -1;
+const char *const EllipseMap = "builtin:ellipse";
 
 QString px()
 {
@@ -65,15 +71,37 @@ bool hasSource(const sSceneLayer &layer)
 void setInput(sSceneLayer &layer, int nInput)
 {
     sLayerSource &source = layer.m_config.m_LayerSource;
-    if (nInput == NoInput) {
+    if (nInput == NoInput)
         source = sLayerSource();
-        return;
-    }
-    if (source.m_sizeLayerSource.isEmpty())
-        source.m_sizeLayerSource = QSize(1920, 1080);
-    source.m_eLayerSourceType = sLayerSource::Input;
-    source.m_nLayerSourceKeyNo = quint32(nInput);
-    source.m_strLayerSourceName = QStringLiteral("Input %1").arg(nInput);
+    else
+        showInput(layer, nInput);
+}
+
+/** Those that no device of the scene has stay visible, for whoever looks for them. */
+void offerInputs(QComboBox &box, int nCount)
+{
+    auto *const pModel = qobject_cast<QStandardItemModel *>(box.model());
+    for (int nInput = 0; pModel && nInput <= MaxInput; ++nInput)
+        pModel->item(box.findData(nInput))->setEnabled(nInput < nCount);
+}
+
+/** What is wrong with the name of an alpha map; empty if nothing is. */
+QString complaintAbout(const QString &strText)
+{
+    const QString strFile = strText.trimmed();
+    if (strFile.isEmpty() || strFile == QLatin1String(EllipseMap) || QFileInfo(strFile).isFile())
+        return QString();
+    return strFile.startsWith(QLatin1String(BuiltInPrefix))
+             ? QStringLiteral("There is no %1, only %2.").arg(strFile, QLatin1String(EllipseMap))
+             : QStringLiteral("There is no file %1.").arg(strFile);
+}
+
+/** With its whole path, because the one that it counts from is not the same everywhere. */
+QString alphaMapNamed(const QString &strText)
+{
+    const QString strFile = strText.trimmed();
+    const bool isPath = !strFile.isEmpty() && !strFile.startsWith(QLatin1String(BuiltInPrefix));
+    return isPath ? QFileInfo(strFile).absoluteFilePath() : strFile;
 }
 
 void addCropNumber(InspectorSection *pSection, const char *pName, const char *pTip, int nMin,
@@ -85,12 +113,25 @@ void addCropNumber(InspectorSection *pSection, const char *pName, const char *pT
         [set](sSceneLayer &layer, int nValue) {
             QRect crop = cropOf(layer);
             set(crop, nValue);
+            // Its corner stays in the source, or there would be nothing left of it.
+            const QSize &source = layer.m_config.m_LayerSource.m_sizeLayerSource;
+            crop.moveTo(qMin(crop.x(), source.width() - 1), qMin(crop.y(), source.height() - 1));
             setCrop(layer, crop);
         });
     pSection->usableIf(hasSource);
 }
 
 } // namespace
+
+void showInput(sSceneLayer &layer, int nInput)
+{
+    sLayerSource &source = layer.m_config.m_LayerSource;
+    if (source.m_sizeLayerSource.isEmpty())
+        source.m_sizeLayerSource = EchoPictureSize;
+    source.m_eLayerSourceType = sLayerSource::Input;
+    source.m_nLayerSourceKeyNo = quint32(nInput);
+    source.m_strLayerSourceName = QStringLiteral("Input %1").arg(nInput);
+}
 
 InspectorSection *makeGeometrySection()
 {
@@ -115,16 +156,18 @@ InspectorSection *makeGeometrySection()
     return pSection;
 }
 
-InspectorSection *makeSourceSection(CropEditor *pCropEditor)
+InspectorSection *makeSourceSection(CropEditor *pCropEditor, const std::function<int()> &inputCount)
 {
     auto *const pSection = new InspectorSection(QStringLiteral("Source"), eLayerPart::Source);
     QList<QPair<QString, int>> inputs{{QStringLiteral("None: the layer's colour"), NoInput}};
     for (int nInput = 0; nInput <= MaxInput; ++nInput)
         inputs.append({QStringLiteral("Input %1").arg(nInput), nInput});
-    pSection->addChoice(
+    QComboBox *const pInput = pSection->addChoice(
         plain("Input", "Where the layer's picture comes from"), inputs,
         [](const sSceneLayer &layer) { return layer.hasSource() ? layer.input() : NoInput; },
         setInput);
+    pSection->addLoader(
+        [pInput, inputCount](const sSceneLayer &) { offerInputs(*pInput, inputCount()); });
     pSection->addWidget(pCropEditor, [pCropEditor](const sSceneLayer &layer) {
         const sLayerSource &source = layer.m_config.m_LayerSource;
         pCropEditor->setCrop(layer.hasSource() ? source.m_sizeLayerSource : QSize(), cropOf(layer));
@@ -282,7 +325,10 @@ InspectorSection *makeAlphaMapSection()
     QLineEdit *const pEdit = pSection->addText(
         plain("File", "Picture whose alpha shapes the layer, or builtin:ellipse; empty for none"),
         [file](const sSceneLayer &layer) { return file(layer); },
-        [file](sSceneLayer &layer, const QString &strFile) { file(layer) = strFile.trimmed(); });
+        [file](sSceneLayer &layer, const QString &strFile) {
+            file(layer) = alphaMapNamed(strFile);
+        },
+        complaintAbout);
     pEdit->setPlaceholderText(QStringLiteral("none"));
     pEdit->setClearButtonEnabled(true);
     auto *const pEllipse = new QPushButton(QStringLiteral("Ellipse"));
@@ -290,11 +336,12 @@ InspectorSection *makeAlphaMapSection()
     pEllipse->setToolTip(QStringLiteral("Uses the built-in ellipse with a soft rim"));
     pSection->addWidget(pEllipse, [](const sSceneLayer &) {});
     QObject::connect(pEllipse, &QPushButton::clicked, pSection, [pSection, pEllipse, file] {
-        pSection->edit([&](sSceneLayer &layer) { file(layer) = QStringLiteral("builtin:ellipse"); },
+        pSection->edit([&](sSceneLayer &layer) { file(layer) = QLatin1String(EllipseMap); },
                        pEllipse);
     });
     auto *const pBrowse = new QPushButton(QStringLiteral("Choose a file…"));
     pBrowse->setObjectName(QStringLiteral("Choose a file"));
+    pBrowse->setToolTip(QStringLiteral("Looks for a picture whose alpha shapes the layer"));
     pSection->addWidget(pBrowse, [](const sSceneLayer &) {});
     QObject::connect(pBrowse, &QPushButton::clicked, pSection, [pSection, pBrowse, file] {
         const QString strFile = QFileDialog::getOpenFileName(

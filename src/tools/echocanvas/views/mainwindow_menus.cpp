@@ -3,6 +3,7 @@
 #include "canvaspainter.h"
 #include "canvaspane.h"
 #include "canvasview.h"
+#include "inspectorsections.h"
 #include "scenefiles.h"
 #include "sessioncontrols.h"
 #include "snapshots.h"
@@ -112,10 +113,7 @@ void MainWindow::addLayer()
     layer.m_position = QPoint((screen.m_size.width() - NewLayerSize.width()) / 2,
                               (screen.m_size.height() - NewLayerSize.height()) / 2);
     layer.m_config.m_LayerItem.m_boundingRect = QRectF(QPointF(0, 0), QSizeF(NewLayerSize));
-    auto &source = layer.m_config.m_LayerSource;
-    source.m_eLayerSourceType = EchoVideo::sLayerSource::Input;
-    source.m_nLayerSourceKeyNo = 0;
-    source.m_sizeLayerSource = QSize(1920, 1080);
+    showInput(layer, 0);
     select(m_nScreen, m_host.document().addLayer(m_nScreen, layer));
 }
 
@@ -145,11 +143,14 @@ void MainWindow::buildSnapshotMenu(QMenu &menu)
         QStringLiteral("Of the layer's &input"), this,
         [this] {
             const sSceneLayer *const pLayer = m_host.document().layer(*m_selected);
-            if (!pLayer || !pLayer->hasSource())
-                return;
             QImage picture;
-            m_host.session().inputPicture(pLayer->input(), picture);
-            snapshot(QStringLiteral("input %1").arg(pLayer->input()), picture);
+            if (pLayer && pLayer->hasSource())
+                m_host.session().inputPicture(pLayer->input(), picture);
+            if (!pLayer || !pLayer->hasSource())
+                statusBar()->showMessage(QStringLiteral("No snapshot: the layer shows no input"),
+                                         ToldMs);
+            else
+                snapshot(QStringLiteral("input %1").arg(pLayer->input()), picture);
         },
         QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_I)));
     menu.addAction(
@@ -196,12 +197,12 @@ void MainWindow::showInputMenu(int nInput, const QPoint &globalPlace)
             if (!pLayer)
                 return;
             sSceneLayer layer = *pLayer;
-            layer.m_config.m_LayerSource.m_eLayerSourceType = EchoVideo::sLayerSource::Input;
-            layer.m_config.m_LayerSource.m_nLayerSourceKeyNo = quint32(nInput);
+            showInput(layer, nInput);
             m_host.document().editLayer(layer, eLayerPart::Source);
         });
-    pUse->setEnabled(m_selected.has_value());
-    pMenu->addAction(QStringLiteral("Snap&shot"), this, [this, nInput] {
+    // A scene file takes no inputs that its first device does not have.
+    pUse->setEnabled(m_selected && nInput < m_host.document().scene().m_device.m_nTiles);
+    pMenu->addAction(QStringLiteral("S&napshot"), this, [this, nInput] {
         QImage picture;
         m_host.session().inputPicture(nInput, picture);
         snapshot(QStringLiteral("input %1").arg(nInput), picture);
