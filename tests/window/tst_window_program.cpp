@@ -26,6 +26,8 @@ private Q_SLOTS:
     void endsWellIfEveryLayerShowedItsDevice();
     void namesLayersThatShowedNothing();
     void saysThatTheDisplayCannotBeOpened();
+    void anEmptyDisplayIsNone();
+    void figuresAreNotWrittenByAWindow();
 
 private:
     sRun run(const QStringList &arguments, const QString &strDisplay = QString());
@@ -39,8 +41,9 @@ sRun tst_WindowProgram::run(const QStringList &arguments, const QString &strDisp
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_folder.path());
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_folder.path());
-    if (!strDisplay.isEmpty())
+    if (!strDisplay.isNull())
         environment.insert(QStringLiteral("DISPLAY"), strDisplay);
+    environment.remove(QStringLiteral("WAYLAND_DISPLAY"));
     program.setProcessEnvironment(environment);
     program.start(QStringLiteral(ECHOCANVAS_PROGRAM), arguments);
     sRun result;
@@ -84,6 +87,30 @@ void tst_WindowProgram::saysThatTheDisplayCannotBeOpened()
     QCOMPARE(result.m_nExitStatus, 1);
     QVERIFY(result.m_strError.contains(QStringLiteral("the window cannot be opened")));
     QVERIFY(result.m_strError.contains(QStringLiteral("--headless")));
+}
+
+void tst_WindowProgram::anEmptyDisplayIsNone()
+{
+    quint16 nPort = 0;
+    {
+        MjpegServer server;
+        nPort = server.port();
+    }
+    const sRun result = run({QStringLiteral("--device"), QStringLiteral("127.0.0.1:%1").arg(nPort),
+                             QStringLiteral("--seconds"), QStringLiteral("0.5")},
+                            QStringLiteral(""));
+    QCOMPARE(result.m_nExitStatus, 1);
+    QVERIFY2(result.m_strError.contains(QStringLiteral("no picture came from 127.0.0.1")),
+             qPrintable(result.m_strError));
+}
+
+void tst_WindowProgram::figuresAreNotWrittenByAWindow()
+{
+    const QString strFile = m_folder.filePath(QStringLiteral("figures.json"));
+    const sRun result =
+        run({QStringLiteral("--json"), strFile, QStringLiteral("--seconds"), QStringLiteral("1")});
+    QCOMPARE(result.m_nExitStatus, 2);
+    QVERIFY2(result.m_strError.contains(QStringLiteral("--json")), qPrintable(result.m_strError));
 }
 
 QTEST_GUILESS_MAIN(tst_WindowProgram)

@@ -112,10 +112,18 @@ int runHost(const sHostOptions &options, bool isWindow)
     return measure(*scene, options);
 }
 
+int refuse(const QString &strError)
+{
+    print(stderr, QStringLiteral("echocanvas: %1\nTry --help.\n").arg(strError));
+    return WrongCommandLine;
+}
+
 int act(const sHostOptions &options, bool isWindow)
 {
     switch (options.m_action) {
     case sHostOptions::eAction::Run:
+        if (isWindow && !options.m_strJsonFile.isEmpty())
+            return refuse(QStringLiteral("--json: a window measures no figures; add --headless"));
         return runHost(options, isWindow);
     case sHostOptions::eAction::PrintScene:
         print(stdout, QString::fromUtf8(builtInSceneText()));
@@ -130,15 +138,15 @@ int act(const sHostOptions &options, bool isWindow)
     case sHostOptions::eAction::Refuse:
         break;
     }
-    print(stderr, QStringLiteral("echocanvas: %1\nTry --help.\n").arg(options.m_strError));
-    return WrongCommandLine;
+    return refuse(options.m_strError);
 }
 
-/** What needs no display must not fail for want of one. */
+/** What needs no display must not fail for want of one; an empty name is none. */
 bool needsDisplay(const sHostOptions &options)
 {
     return options.m_action == sHostOptions::eAction::Run && !options.m_isHeadless
-        && (qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY"));
+        && !(qEnvironmentVariableIsEmpty("DISPLAY")
+             && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"));
 }
 
 QStringList commandLine(int argc, char *argv[])
