@@ -82,6 +82,8 @@ private Q_SLOTS:
     void rawFilesAreRelativeToTheScene();
     void wrongScenesNameFileKeyAndExpectation_data();
     void wrongScenesNameFileKeyAndExpectation();
+    void inputsAreThoseOfTheLargestDevice();
+    void aFileThatCannotBeASceneIsNotReadWhole();
     void everyProblemIsReported();
     void alphaMapFilesAreRelativeToTheScene();
     void missingAlphaMapFileIsAProblem();
@@ -304,6 +306,29 @@ void tst_SceneReader::wrongScenesNameFileKeyAndExpectation()
     const auto scene = readScene(changedScene(from, to), FileName, problems);
     QVERIFY(!scene);
     QCOMPARE(problems, QStringList(FileName + QStringLiteral(": ") + problem + subject(problem)));
+}
+
+void tst_SceneReader::inputsAreThoseOfTheLargestDevice()
+{
+    const QByteArray other = "\"otherDevices\": [ { \"address\": \"10.0.0.8\", \"port\": 4000,"
+                             " \"tiles\": 25, \"source\": \"mjpeg\" } ], \"screens\"";
+    QByteArray text = changedScene("\"screens\"", other);
+    QStringList problems;
+    const auto scene = readScene(text.replace("\"input\": 8", "\"input\": 24"), FileName, problems);
+    QCOMPARE(problems, QStringList());
+    QCOMPARE(scene->m_screens[1].m_layers[1].input(), 24);
+    QVERIFY(!readScene(text.replace("\"input\": 24", "\"input\": 25"), FileName, problems));
+    QVERIFY2(problems.first().contains(QStringLiteral("a whole number from 0 to 24, found 25")),
+             qPrintable(problems.first()));
+}
+
+void tst_SceneReader::aFileThatCannotBeASceneIsNotReadWhole()
+{
+    QStringList problems;
+    QVERIFY(!readSceneFile(QStringLiteral("/dev/zero"), problems)); // never ends
+    QCOMPARE(problems.size(), 1);
+    QVERIFY2(problems.first().contains(QStringLiteral("more than 64 MiB")),
+             qPrintable(problems.first()));
 }
 
 void tst_SceneReader::everyProblemIsReported()

@@ -29,6 +29,8 @@ namespace LayerEnum = BizModel::Enum::Layer;
 constexpr int MaxExtent = 8192; // pixels; larger previews are a mistake, not a wish
 constexpr int MaxIds = 255;     // screen and layer ids have 8 bits and count from 1
 constexpr int MaxOtherDevices = 15;
+constexpr int MaxSceneBytes = 64 << 20; // above that of 255 screens with 255 layers
+constexpr int PartBytes = 64 << 10;
 
 const char *const BuiltInSceneFile = ":/echocanvas/defaultscene.json";
 
@@ -90,13 +92,16 @@ sScene SceneReader::read(const QJsonObject &root)
     JsonChecker json(root, QString(), m_pProblems);
     sScene scene;
     scene.m_device = readDevice(json.object(QStringLiteral("device")), m_folder);
-    m_nTiles = scene.m_device.m_nTiles;
     if (json.has(QStringLiteral("otherDevices"))) {
         const QList<JsonChecker> devices =
             json.objects(QStringLiteral("otherDevices"), 0, MaxOtherDevices);
         for (const JsonChecker &device : devices)
             scene.m_otherDevices.append(readDevice(device, m_folder));
     }
+    // A layer may show what only another device has.
+    const QList<sSceneDevice> all = scene.devices();
+    for (const sSceneDevice &device : all)
+        m_nTiles = qMax(m_nTiles, device.m_nTiles);
     const QList<JsonChecker> screens = json.objects(QStringLiteral("screens"), 1, MaxIds);
     for (const JsonChecker &screen : screens)
         scene.m_screens.append(readScreen(screen, scene.m_screens.size() + 1));
@@ -253,6 +258,17 @@ QString lineOf(const QByteArray &text, int nOffset)
 const char *const BuiltInSceneName = "built-in scene";
 const char *const BuiltInPrefix = "builtin:";
 
+QByteArray readSceneText(QIODevice &device)
+{
+    QByteArray text;
+    QByteArray part;
+    do {
+        part = device.read(PartBytes); // of a pipe, also less than that
+        text += part;
+    } while (!part.isEmpty() && text.size() <= MaxSceneBytes);
+    return text;
+}
+
 QByteArray builtInSceneText()
 {
     initResources();
@@ -268,9 +284,15 @@ std::optional<sScene> readScene(const QByteArray &text, const QString &strFileNa
 {
     JsonProblems found(strFileName);
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
+    const bool isTooLong = text.size() > MaxSceneBytes;
+    const QJsonDocument document =
+        isTooLong ? QJsonDocument() : QJsonDocument::fromJson(text, &error);
     sScene scene;
-    if (error.error != QJsonParseError::NoError)
+    if (isTooLong)
+        found.add(
+            QString(),
+            QStringLiteral("expected a scene, found more than %1 MiB").arg(MaxSceneBytes >> 20));
+    else if (error.error != QJsonParseError::NoError)
         found.add(lineOf(text, error.offset),
                   QStringLiteral("expected JSON, found an error: %1").arg(error.errorString()));
     else if (!document.isObject())
@@ -291,7 +313,7 @@ std::optional<sScene> readSceneFile(const QString &strFileName, QStringList &pro
                                    .arg(strFileName, file.errorString()));
         return {};
     }
-    return readScene(file.readAll(), strFileName, problems);
+    return readScene(readSceneText(file), strFileName, problems);
 }
 
 QString sourceTypeName(s_EchoVideoConfig::eVideoSourceType eType)

@@ -9,6 +9,8 @@
 
 #include <optional>
 
+class QIODevice;
+
 namespace Morvek::Tools {
 
 /** Name under which messages speak of the scene that is compiled in. */
@@ -16,13 +18,16 @@ extern const char *const BuiltInSceneName;
 /** Beginning of an alpha map's name that the program draws itself, such as "builtin:ellipse". */
 extern const char *const BuiltInPrefix;
 
+/** All that a device has to read, but no more than readScene() takes and a little. */
+QByteArray readSceneText(QIODevice &device);
+
 /** The scene that is compiled in, as its JSON text. */
 QByteArray builtInSceneText();
 
 /**
  * Reads a scene.
  *
- * @param text         the JSON text; docs/scene.md explains it
+ * @param text         the JSON text, of 64 MiB at most; docs/scene.md explains it
  * @param strFileName  the text's file, for messages and for files named relative to it
  * @param problems     receives one line for everything that is wrong, with file, key and what was
  *                     expected there

@@ -91,7 +91,7 @@ SceneWatcher::sTrace SceneWatcher::presentTrace() const
 QByteArray SceneWatcher::presentText() const
 {
     QFile file(m_strFileName);
-    return isFile() && file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return isFile() && file.open(QIODevice::ReadOnly) ? readSceneText(file) : QByteArray();
 }
 
 std::optional<sScene> SceneWatcher::readText(const QByteArray &text, QStringList &problems) const
