@@ -1,19 +1,20 @@
 #include "windowtest.h"
 
 #include <cropeditor.h>
-#include <inspector.h>
+#include <scenereader.h>
 #include <scenewriter.h>
 
-#include <scenereader.h>
-
 #include <QComboBox>
+#include <QDialog>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
+#include <QPointer>
 #include <QSpinBox>
 #include <QStandardItemModel>
+#include <QStatusBar>
+#include <QTextBrowser>
 #include <QWheelEvent>
 
 using namespace Morvek;
@@ -59,6 +60,8 @@ private Q_SLOTS:
     void anotherLayerIsNotDragged();
     void aClickThatWobblesMovesNothing();
     void onlyTheLeftButtonEndsADrag();
+    void theListOfShortcutsFitsASmallScreen();
+    void aSnapshotOfNoInputIsRefused();
 };
 
 void tst_WindowFields::theWheelScrollsPastFieldsThatNobodyIsIn()
@@ -256,6 +259,42 @@ void tst_WindowFields::onlyTheLeftButtonEndsADrag()
     moveMouse(canvas, start + QPoint(50, 0), Qt::LeftButton);
     QVERIFY(layerOf(bench, bench.key(0, 4)).canvasRect() != before);
     QTest::mouseRelease(&canvas, Qt::LeftButton, Qt::NoModifier, start + QPoint(50, 0));
+}
+
+void tst_WindowFields::theListOfShortcutsFitsASmallScreen()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    bench.action(QStringLiteral("Keyboard")).trigger();
+    QPointer<QDialog> pDialog = bench.window().findChild<QDialog *>();
+    QVERIFY(pDialog);
+    // Before it has come up, its focus would go nowhere without a window manager.
+    QVERIFY(QTest::qWaitForWindowExposed(pDialog, Patience));
+    QVERIFY(pDialog->minimumSizeHint().height() < 500);
+    const QString strText = pDialog->findChild<QTextBrowser *>()->toPlainText();
+    QVERIFY(strText.contains(QStringLiteral("Ctrl+Z")) && strText.contains(QStringLiteral("F9")));
+    QVERIFY(strText.contains(QStringLiteral("arrow keys")));
+    QTest::keyClick(pDialog.data(), Qt::Key_Escape);
+    QTRY_VERIFY(!pDialog);
+}
+
+void tst_WindowFields::aSnapshotOfNoInputIsRefused()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    bench.window().select(0, bench.key(0, 12));
+    QVERIFY(!layerOf(bench, bench.key(0, 12)).hasSource());
+    bench.action(QStringLiteral("Of the layer's input")).trigger();
+    QCOMPARE(bench.window().statusBar()->currentMessage(),
+             QStringLiteral("No snapshot: the layer shows no input"));
+    // A name of any length names a file.
+    sSceneLayer layer = layerOf(bench, bench.key(0, 12));
+    layer.m_strName = QString(400, QLatin1Char('x'));
+    bench.host().document().editLayer(layer, eLayerPart::Name);
+    QTRY_VERIFY_WITH_TIMEOUT(!bench.host().session().preview(bench.key(0, 12)).isNull(), Patience);
+    bench.action(QStringLiteral("Of the layer")).trigger();
+    const QDir folder(bench.folder() + QStringLiteral("/snapshots"));
+    QCOMPARE(folder.entryList({QStringLiteral("*xxx.png")}, QDir::Files).size(), 1);
 }
 
 QTEST_MAIN(tst_WindowFields)

@@ -73,6 +73,7 @@ private Q_SLOTS:
     void theLogFollowsWhenItIsShownLater();
     void theLogStaysWhereSomebodyReads();
     void selectedMessagesAreCopied();
+    void aMessageIsLegibleInANarrowLog();
     void aFigureBelowZeroStaysInItsPlot();
 };
 
@@ -205,6 +206,25 @@ void tst_WindowWidgets::selectedMessagesAreCopied()
     QCOMPARE(lines.size(), 2);
     QVERIFY(lines[0].contains(QStringLiteral("\tinfo\tline 1\ttst_window_widgets.cpp:")));
     QVERIFY(lines[1].contains(QStringLiteral("\tinfo\tline 2\ttst_window_widgets.cpp:")));
+}
+
+void tst_WindowWidgets::aMessageIsLegibleInANarrowLog()
+{
+    LogCollector collector;
+    LogView view(collector);
+    view.show();
+    const auto &table = *view.findChild<QTableView *>();
+    const QString strLine = QStringLiteral("Connect to 127.0.0.1:8554");
+    for (const int nWidth : {300, 1200}) {
+        view.resize(nWidth, 200);
+        QTRY_VERIFY(table.columnWidth(2) > table.fontMetrics().horizontalAdvance(strLine));
+        int nColumns = 0;
+        for (int nColumn = 0; nColumn < 4; ++nColumn)
+            nColumns += table.columnWidth(nColumn);
+        // All of it is used, where there is enough for all.
+        QTRY_COMPARE(nColumns <= table.viewport()->width(), nWidth == 1200);
+        QVERIFY(nColumns >= table.viewport()->width());
+    }
 }
 
 /** The clock of a device that is ahead makes its pictures younger than nothing. */

@@ -178,7 +178,8 @@ void LogView::buildTable()
     m_pTable->setTabKeyNavigation(false);
     m_pTable->setWordWrap(false);
     m_pTable->verticalHeader()->hide();
-    m_pTable->horizontalHeader()->setSectionResizeMode(Text, QHeaderView::Stretch);
+    m_pTable->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    m_pTable->viewport()->installEventFilter(this);
     adaptToFont();
     auto *const pCopy = new QAction(QStringLiteral("&Copy the messages"), m_pTable);
     pCopy->setShortcut(QKeySequence::Copy);
@@ -209,9 +210,26 @@ void LogView::adaptToFont()
 {
     m_pTable->verticalHeader()->setDefaultSectionSize(fontMetrics().lineSpacing() + 4);
     const int nDigit = fontMetrics().horizontalAdvance(QLatin1Char('0'));
-    m_pTable->setColumnWidth(Time, 15 * nDigit);
-    m_pTable->setColumnWidth(Level, 13 * nDigit);
-    m_pTable->setColumnWidth(Place, 40 * nDigit);
+    m_pTable->setColumnWidth(Time, 14 * nDigit);
+    m_pTable->setColumnWidth(Level, 12 * nDigit);
+    m_pTable->setColumnWidth(Place, 32 * nDigit);
+    fitColumns();
+}
+
+/** The message gets the room that there is, but is legible also where there is little. */
+void LogView::fitColumns()
+{
+    const int nLeast = 32 * fontMetrics().horizontalAdvance(QLatin1Char('0'));
+    const int nOthers =
+        m_pTable->columnWidth(Time) + m_pTable->columnWidth(Level) + m_pTable->columnWidth(Place);
+    m_pTable->setColumnWidth(Text, qMax(nLeast, m_pTable->viewport()->width() - nOthers));
+}
+
+bool LogView::eventFilter(QObject *pWatched, QEvent *pEvent)
+{
+    if (pWatched == m_pTable->viewport() && pEvent->type() == QEvent::Resize)
+        fitColumns();
+    return QWidget::eventFilter(pWatched, pEvent);
 }
 
 void LogView::changeEvent(QEvent *pEvent)

@@ -54,11 +54,13 @@ public:
 
 protected:
     void changeEvent(QEvent *pEvent) override;
+    bool eventFilter(QObject *pWatched, QEvent *pEvent) override;
 
 private:
     void buildTable();
     void followEnd();
     void adaptToFont();
+    void fitColumns();
     void copySelection() const;
 
     LogModel m_model;

@@ -9,12 +9,16 @@
 #include "snapshots.h"
 
 #include <QAction>
+#include <QDialog>
+#include <QDialogButtonBox>
 #include <QDockWidget>
 #include <QFileInfo>
 #include <QMenuBar>
-#include <QMessageBox>
+#include <QScreen>
 #include <QStatusBar>
+#include <QTextBrowser>
 #include <QToolBar>
+#include <QVBoxLayout>
 
 namespace Morvek::Tools {
 
@@ -23,6 +27,7 @@ namespace {
 constexpr int ToldMs = 8000;
 constexpr QSize NewLayerSize(480, 270);
 constexpr QPoint CopyOffset(40, 40);
+constexpr QSize HelpSize(560, 800);
 
 } // namespace
 
@@ -235,12 +240,20 @@ void MainWindow::showShortcuts()
         "with Shift they resize it. Page Up and Page Down select another layer, Escape ends a drag "
         "or the selection. Ctrl and the wheel zoom.</p>"
         "<p><b>On an input:</b> Enter opens its menu.</p>");
-    auto *const pBox =
-        new QMessageBox(QMessageBox::NoIcon, QStringLiteral("Keyboard"),
-                        QStringLiteral("<table>%1</table>").arg(rows.join(QString())) + strCanvas,
-                        QMessageBox::Ok, this);
-    pBox->setAttribute(Qt::WA_DeleteOnClose);
-    pBox->open();
+    // It scrolls: on a small screen, the list is higher than that.
+    auto *const pText = new QTextBrowser;
+    pText->setAccessibleName(QStringLiteral("Shortcuts"));
+    pText->setHtml(QStringLiteral("<table>%1</table>").arg(rows.join(QString())) + strCanvas);
+    auto *const pDialog = new QDialog(this);
+    pDialog->setAttribute(Qt::WA_DeleteOnClose);
+    pDialog->setWindowTitle(QStringLiteral("Keyboard"));
+    auto *const pButtons = new QDialogButtonBox(QDialogButtonBox::Close);
+    connect(pButtons, &QDialogButtonBox::rejected, pDialog, &QDialog::reject);
+    auto *const pLayout = new QVBoxLayout(pDialog);
+    pLayout->addWidget(pText);
+    pLayout->addWidget(pButtons);
+    pDialog->resize(HelpSize.boundedTo(pDialog->screen()->availableSize() * 0.8));
+    pDialog->open();
 }
 
 } // namespace Morvek::Tools

@@ -35,7 +35,7 @@ PlotWidget::PlotWidget(const QString &strName, const QString &strUnit, const QSt
 QSize PlotWidget::minimumSizeHint() const
 {
     const int nLine = fontMetrics().lineSpacing();
-    return QSize(6 * nLine, 5 * nLine);
+    return QSize(5 * nLine, 5 * nLine);
 }
 
 double PlotWidget::axisEnd(const QVector<double> &values, double least)
@@ -69,14 +69,7 @@ void PlotWidget::paintEvent(QPaintEvent *)
     const int nLine = fontMetrics().lineSpacing();
     const QRect title(room.left(), room.top(), room.width(), nLine);
     painter.setPen(palette().color(QPalette::WindowText));
-    painter.drawText(title, Qt::AlignLeft | Qt::AlignVCenter, m_strName);
-    const auto last = m_series.last();
-    QFont bold = font();
-    bold.setBold(true);
-    painter.setFont(bold);
-    painter.drawText(title, Qt::AlignRight | Qt::AlignVCenter,
-                     last ? numberText(*last) + QLatin1Char(' ') + m_strUnit : QStringLiteral("–"));
-    painter.setFont(font());
+    paintTitle(painter, title);
     const QRectF plot = QRectF(room).adjusted(0, nLine + 2, 0, -1);
     painter.fillRect(plot, palette().color(QPalette::Base));
     const double end = axisEnd(m_series.values(), m_least);
@@ -88,6 +81,22 @@ void PlotWidget::paintEvent(QPaintEvent *)
     painter.drawText(plot.adjusted(3, 0, -3, 0), Qt::AlignLeft | Qt::AlignTop, numberText(end));
     painter.drawText(plot.adjusted(3, 0, -3, 0), Qt::AlignLeft | Qt::AlignBottom,
                      QStringLiteral("−60 s"));
+}
+
+/** The figure as a whole, and of the name what there is room for. */
+void PlotWidget::paintTitle(QPainter &painter, const QRect &room) const
+{
+    const auto last = m_series.last();
+    const QString strFigure =
+        last ? numberText(*last) + QLatin1Char(' ') + m_strUnit : QStringLiteral("–");
+    QFont bold = font();
+    bold.setBold(true);
+    painter.setFont(bold);
+    painter.drawText(room, Qt::AlignRight | Qt::AlignVCenter, strFigure);
+    const int nLeft = room.width() - painter.fontMetrics().horizontalAdvance(strFigure) - Margin;
+    painter.setFont(font());
+    painter.drawText(room, Qt::AlignLeft | Qt::AlignVCenter,
+                     fontMetrics().elidedText(m_strName, Qt::ElideRight, nLeft));
 }
 
 void PlotWidget::paintCurve(QPainter &painter, const QRectF &room, double end) const

@@ -33,6 +33,7 @@ protected:
     void paintEvent(QPaintEvent *pEvent) override;
 
 private:
+    void paintTitle(QPainter &painter, const QRect &room) const;
     void paintCurve(QPainter &painter, const QRectF &room, double end) const;
 
     const QString m_strName;
