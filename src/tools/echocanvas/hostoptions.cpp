@@ -13,6 +13,7 @@ namespace Morvek::Tools {
 namespace {
 
 constexpr double LongestRun = 86400; // seconds
+constexpr int MaxDevices = 16;       // as many as a scene may have
 
 const char *const Description =
     "Shows the layers of a scene with live video from a device's echo video stream, and reports "
@@ -129,6 +130,10 @@ void readValues(const QCommandLineParser &parser, sHostOptions &options)
     const QString strWrong = readDevices(parser.values(QStringLiteral("device")), options);
     if (!strWrong.isNull())
         options.m_strError = wrongValue("device", QStringLiteral("HOST:PORT"), strWrong);
+    if (options.m_otherDevices.size() >= MaxDevices)
+        options.m_strError =
+            wrongValue("device", QStringLiteral("%1 devices at most").arg(MaxDevices),
+                       QString::number(options.m_otherDevices.size() + 1));
     options.m_hasSeconds = parser.isSet(QStringLiteral("seconds"));
     const QString strSeconds = parser.value(QStringLiteral("seconds"));
     if (parser.isSet(QStringLiteral("seconds")) && !readSeconds(strSeconds, options))

@@ -68,8 +68,10 @@ void replaceDevices(const sHostOptions &options, sScene &scene)
 {
     sSceneDevice &device = scene.m_device;
     for (int nOther = 0; nOther < options.m_otherDevices.size(); ++nOther) {
-        if (nOther == scene.m_otherDevices.size())
+        if (nOther == scene.m_otherDevices.size()) {
             scene.m_otherDevices.append(device);
+            scene.m_otherDevices.last().m_strName.clear(); // which is that of the first one
+        }
         scene.m_otherDevices[nOther].m_strAddress = options.m_otherDevices[nOther].m_strAddress;
         scene.m_otherDevices[nOther].m_nPort = options.m_otherDevices[nOther].m_nPort;
     }

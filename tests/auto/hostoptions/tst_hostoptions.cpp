@@ -73,6 +73,15 @@ void tst_HostOptions::moreDevicesAreTheOtherOnes()
     QCOMPARE(found.m_otherDevices[0].m_nPort, quint16(2));
     QCOMPARE(found.m_otherDevices[1].m_strAddress, QStringLiteral("c"));
     QCOMPARE(options(words("--device a:1 --device b")).m_action, sHostOptions::eAction::Refuse);
+
+    QStringList many;
+    for (int nDevice = 1; nDevice <= 16; ++nDevice)
+        many.append({QStringLiteral("--device"), QStringLiteral("a:%1").arg(nDevice)});
+    QCOMPARE(options(many).m_otherDevices.size(), 15);
+    QCOMPARE(options(many).m_action, sHostOptions::eAction::Run);
+    many.append({QStringLiteral("--device"), QStringLiteral("a:17")});
+    QCOMPARE(options(many).m_action, sHostOptions::eAction::Refuse);
+    QVERIFY(options(many).m_strError.contains(QStringLiteral("16 devices at most")));
 }
 
 void tst_HostOptions::wrongCommandLinesAreRefused_data()
