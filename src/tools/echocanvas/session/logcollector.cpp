@@ -44,10 +44,9 @@ LogCollector::LogCollector(int nCapacity, QObject *parent)
     : QObject(parent)
     , m_nCapacity(std::size_t(qMax(1, nCapacity)))
 {
-    {
-        QWriteLocker locker(&instanceLock());
-        instance = this;
-    }
+    // Locked until the handler before is known: other threads may log in the meantime.
+    QWriteLocker locker(&instanceLock());
+    instance = this;
     m_previousHandler = qInstallMessageHandler(handle);
 }
 
