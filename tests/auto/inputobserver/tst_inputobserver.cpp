@@ -38,6 +38,7 @@ private Q_SLOTS:
     void theFirstPictureMayBeAnOldOne();
     void everyStateIsReachedFromEveryOther();
     void theDeviceModelGoesFirst();
+    void whatTheHostAskedForIsNoFault();
     void placeholdersAreNoPictures();
     void theRateIsOfChanges();
 };
@@ -169,6 +170,30 @@ void tst_InputObserver::theDeviceModelGoesFirst()
     observer.look(look);
     QCOMPARE(observer.status().m_eState, eInputState::NoSignal);
     QCOMPARE(observer.status().m_strBrief, QStringLiteral("device offline"));
+}
+
+void tst_InputObserver::whatTheHostAskedForIsNoFault()
+{
+    InputObserver observer;
+    observer.look(lookAt(picture(Qt::red), 0));
+    observer.look(lookAt(picture(Qt::green), 1000));
+    sInputLook paused = lookAt(picture(Qt::green), 4000);
+    paused.m_eReading = eReading::Paused;
+    observer.look(paused);
+    QCOMPARE(observer.status().m_eState, eInputState::Stale);
+    QCOMPARE(observer.status().m_strBrief, QStringLiteral("reading paused"));
+    QVERIFY(!observer.status().m_strReason.contains(QStringLiteral("hangs")));
+    // An ended reader leaves black behind, which is not the device's.
+    sInputLook stopped = lookAt(picture(Qt::black), 5000);
+    stopped.m_eReading = eReading::Stopped;
+    observer.look(stopped);
+    QCOMPARE(observer.status().m_eState, eInputState::Unknown);
+    QCOMPARE(observer.status().m_strBrief, QStringLiteral("not read"));
+    stopped.m_isActive = false; // which the device model says, read or not
+    observer.look(stopped);
+    QCOMPARE(observer.status().m_eState, eInputState::NoSignal);
+    observer.look(lookAt(picture(Qt::black), 6000));
+    QCOMPARE(observer.status().m_strBrief, QStringLiteral("black picture"));
 }
 
 void tst_InputObserver::placeholdersAreNoPictures()

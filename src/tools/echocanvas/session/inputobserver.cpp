@@ -101,6 +101,10 @@ void InputObserver::judge(const sInputLook &look)
     else if (!look.m_isActive)
         setState(eInputState::NoSignal, QStringLiteral("not connected"),
                  QStringLiteral("The device says that nothing is connected: look at the cable."));
+    else if (look.m_eReading == eReading::Stopped)
+        // The pictures that a reader leaves behind when it ends are black.
+        setState(eInputState::Unknown, QStringLiteral("not read"),
+                 QStringLiteral("Reading is stopped, so nothing is known of its picture."));
     else if (!look.m_isKnown || m_picture.isNull())
         setState(eInputState::Unknown, QStringLiteral("no picture yet"),
                  QStringLiteral("No picture has come yet."));
@@ -110,13 +114,17 @@ void InputObserver::judge(const sInputLook &look)
             QStringLiteral("Its part of the echo video is black: no signal, or a source that shows "
                            "black."));
     else
-        judgePicture(look.m_nNowMs);
+        judgePicture(look);
 }
 
-void InputObserver::judgePicture(qint64 nNowMs)
+void InputObserver::judgePicture(const sInputLook &look)
 {
-    const qint64 nUnchangedMs = nNowMs - m_nChangedMs;
-    if (nUnchangedMs >= StaleAfterMs)
+    const qint64 nUnchangedMs = look.m_nNowMs - m_nChangedMs;
+    if (nUnchangedMs >= StaleAfterMs && look.m_eReading == eReading::Paused)
+        setState(eInputState::Stale, QStringLiteral("reading paused"),
+                 QStringLiteral("Reading is paused: this is the last picture, of %1 ago.")
+                     .arg(secondsText(nUnchangedMs)));
+    else if (nUnchangedMs >= StaleAfterMs)
         setState(eInputState::Stale, QStringLiteral("same for %1").arg(secondsText(nUnchangedMs)),
                  QStringLiteral("The same picture for %1: a still picture, or it hangs.")
                      .arg(secondsText(nUnchangedMs)));

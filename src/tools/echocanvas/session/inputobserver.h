@@ -1,6 +1,8 @@
 #ifndef MORVEK_ECHOCANVAS_INPUTOBSERVER_H
 #define MORVEK_ECHOCANVAS_INPUTOBSERVER_H
 
+#include "devicesession.h"
+
 #include <QImage>
 #include <QString>
 #include <QtGlobal>
@@ -12,8 +14,8 @@ namespace Morvek::Tools {
 
 /** What is known about an input. */
 enum class eInputState {
-    Unknown,    ///< there is no picture of it at all
-    NoSignal,   ///< it shows black
+    Unknown,    ///< there is no picture of it, or none that tells anything
+    NoSignal,   ///< it shows black, nothing is connected, or the device is offline
     Overloaded, ///< the device says that its signal is more than can be shown
     Live,       ///< its picture changes
     Stale       ///< its picture has been the same for a while
@@ -25,9 +27,10 @@ struct sInputLook
     qint64 m_nNowMs = 0;    ///< on any clock that does not jump
     bool m_isKnown = false; ///< the library's result
     QImage m_picture;
-    bool m_isActive = true;      ///< as the device model says
-    bool m_isOverloaded = false; ///< as the device model says
-    bool m_isOnline = true;      ///< whether the device can be reached
+    bool m_isActive = true;                  ///< as the device model says
+    bool m_isOverloaded = false;             ///< as the device model says
+    bool m_isOnline = true;                  ///< whether the device can be reached
+    eReading m_eReading = eReading::Reading; ///< what the host has asked for
 };
 
 /** An input's state, with everything that explains it. */
@@ -66,7 +69,7 @@ public:
 
 private:
     void judge(const sInputLook &look);
-    void judgePicture(qint64 nNowMs);
+    void judgePicture(const sInputLook &look);
     void setState(eInputState eState, const QString &strBrief, const QString &strReason);
 
     QImage m_picture;

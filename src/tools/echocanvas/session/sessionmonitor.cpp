@@ -67,6 +67,7 @@ void SessionMonitor::lookAt(int nInput, qint64 nNowMs)
     look.m_isActive = modelInput.isActive();
     look.m_isOverloaded = modelInput.isOverLoad();
     look.m_isOnline = m_session.device().m_isOnline;
+    look.m_eReading = m_session.reading();
     const bool isNew = input.m_observer.look(look);
     if (!isNew)
         return;
