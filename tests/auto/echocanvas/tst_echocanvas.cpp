@@ -1,5 +1,6 @@
 #include <builtinpictures.h>
 #include <canvaspainter.h>
+#include <measuredrun.h>
 #include <pictureoutput.h>
 #include <processload.h>
 
@@ -9,6 +10,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+using namespace Morvek;
 using namespace Morvek::Tools;
 
 namespace {
@@ -41,6 +43,7 @@ private Q_SLOTS:
     void ellipseShapesALayer();
     void builtInAlphaMapsLiveAsLongAsTheirOwner();
     void frozenIconIsDrawn();
+    void reportsNameWhatIsRead();
     void processLoadGrows();
 };
 
@@ -157,6 +160,24 @@ void tst_EchoCanvas::frozenIconIsDrawn()
     // White arms on blue.
     QVERIFY(icon.pixelColor(12, 6).lightness() > 180);
     QVERIFY(icon.pixelColor(12, 21).blue() > icon.pixelColor(12, 21).red() + 80);
+}
+
+void tst_EchoCanvas::reportsNameWhatIsRead()
+{
+    sScene scene;
+    sSceneScreen screen;
+    screen.m_layers = {colourLayer(Qt::red)};
+    scene.m_screens = {screen};
+    const auto told = [&scene] { return MeasuredRun(scene).report().m_strDevice; };
+    scene.m_device.m_strAddress = QStringLiteral("fe80::1%2");
+    scene.m_device.m_nPort = 8554;
+    QCOMPARE(told(), QStringLiteral("[fe80::1%2]:8554"));
+    scene.m_device.m_eSourceType = BizModel::s_EchoVideoConfig::LocalDVI;
+    QCOMPARE(told(), QStringLiteral("shared memory"));
+    scene.m_device.m_eSourceType = BizModel::s_EchoVideoConfig::LocalFile;
+    QCOMPARE(told(), QStringLiteral("the library's own file"));
+    scene.m_device.m_strFile = QStringLiteral("/a.yuv");
+    QCOMPARE(told(), QStringLiteral("/a.yuv"));
 }
 
 void tst_EchoCanvas::processLoadGrows()

@@ -21,7 +21,8 @@ QString deviceText(const sSceneDevice &device)
     if (device.m_eSourceType == BizModel::s_EchoVideoConfig::LocalDVI)
         return QStringLiteral("shared memory");
     if (device.m_eSourceType == BizModel::s_EchoVideoConfig::LocalFile)
-        return device.m_strFile;
+        return device.m_strFile.isEmpty() ? QStringLiteral("the library's own file")
+                                          : device.m_strFile;
     const bool isIPv6 = device.m_strAddress.contains(QLatin1Char(':'));
     const QString strPattern = isIPv6 ? QStringLiteral("[%1]:%2") : QStringLiteral("%1:%2");
     return strPattern.arg(device.m_strAddress, QString::number(device.m_nPort));

@@ -65,7 +65,7 @@ struct sCanvasReport
 /** Everything that one run found out. */
 struct sRunReport
 {
-    QString m_strDevice; ///< host:port
+    QString m_strDevice; ///< host:port, or what is read in its place
     int m_nTiles = 0;
     int m_nFps = 0;
     double m_seconds = 0; ///< from the start to the end of the measurement

@@ -55,7 +55,10 @@ struct sSceneScreen
     QList<sSceneLayer> m_layers;
 };
 
-/** Everything that the example host shows. Screen and layer ids count from 1, in file order. */
+/**
+ * Everything that the example host shows. As it is read, screen and layer ids count from 1, in file
+ * order; edits leave every id as it is.
+ */
 struct sScene
 {
     sSceneDevice m_device;              ///< the one that is active first

@@ -61,7 +61,7 @@ public:
     /** What the rate is taken over. */
     static constexpr qint64 RateWindowMs = 4000;
 
-    /** @return whether there was a new picture */
+    /** @return whether there was a new picture that shows something; never at the first look */
     bool look(const sInputLook &look);
     sInputStatus status() const { return m_status; }
     /** The picture of the last look; null or a placeholder where there is none. */

@@ -32,7 +32,7 @@ constexpr int FigureCount = 6;
 
 /**
  * Watches a session: looks at the inputs' pictures at every tick of the library, but no more often
- * than 25 times a second, reads the log, and samples figures.
+ * than 25 times a second, and at every sample, reads the log, and samples figures.
  *
  * @thread main; works on copies of the pictures
  */
