@@ -41,7 +41,7 @@ InputTile::InputTile(int nInput, QWidget *pParent)
 
 int InputTile::textHeight() const
 {
-    return 3 * fontMetrics().lineSpacing();
+    return 3 * fontMetrics().lineSpacing() + Margin;
 }
 
 QSize InputTile::minimumSizeHint() const
@@ -84,9 +84,11 @@ void InputTile::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     const QRect room = rect().adjusted(Margin, Margin, -Margin, -Margin);
-    paintPicture(painter, room.adjusted(0, 0, 0, -textHeight()));
-    const int nLine = fontMetrics().lineSpacing();
-    QRect line(room.left(), room.bottom() + 1 - 3 * nLine, room.width(), nLine);
+    // The text belongs to its picture, also in a tile that is much higher than both.
+    const QRect frame = pictureFrame(room.adjusted(0, 0, 0, -textHeight()));
+    paintPicture(painter, frame);
+    QRect line(room.left(), frame.bottom() + Margin, room.width(), fontMetrics().lineSpacing());
+    const int nLine = line.height();
     QFont bold = font();
     bold.setBold(true);
     painter.setFont(bold);
@@ -106,11 +108,19 @@ void InputTile::paintEvent(QPaintEvent *)
     }
 }
 
-void InputTile::paintPicture(QPainter &painter, const QRect &room) const
+bool InputTile::isPictureShown() const
 {
-    const bool isShown = m_eState == eInputState::Live || m_eState == eInputState::Stale;
-    const QRect frame = fitted(isShown ? m_picture.size() : QSize(16, 9), room);
-    if (isShown) {
+    return m_eState == eInputState::Live || m_eState == eInputState::Stale;
+}
+
+QRect InputTile::pictureFrame(const QRect &room) const
+{
+    return fitted(isPictureShown() ? m_picture.size() : QSize(16, 9), room);
+}
+
+void InputTile::paintPicture(QPainter &painter, const QRect &frame) const
+{
+    if (isPictureShown()) {
         painter.setRenderHint(QPainter::SmoothPixmapTransform);
         painter.drawImage(frame, m_picture);
     } else {

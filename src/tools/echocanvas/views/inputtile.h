@@ -36,7 +36,9 @@ protected:
     void focusOutEvent(QFocusEvent *pEvent) override;
 
 private:
-    void paintPicture(QPainter &painter, const QRect &room) const;
+    bool isPictureShown() const;
+    QRect pictureFrame(const QRect &room) const;
+    void paintPicture(QPainter &painter, const QRect &frame) const;
     int textHeight() const;
 
     const int m_nInput;
