@@ -79,9 +79,11 @@ void WindowHost::takeDevices()
 
 void WindowHost::notePreview(const LayerKey &key)
 {
-    m_rendered.insert(numberOf(key));
     const sSceneLayer *const pLayer = m_document.layer(key);
-    if (!pLayer || !pLayer->hasSource() || pLayer->input() >= m_monitor.inputCount())
+    if (!pLayer)
+        return;
+    m_rendered.insert(numberOf(key));
+    if (!pLayer->hasSource() || pLayer->input() >= m_monitor.inputCount())
         return;
     const eInputState eState = m_monitor.input(pLayer->input()).status().m_eState;
     if (eState == eInputState::Live || eState == eInputState::Stale)
