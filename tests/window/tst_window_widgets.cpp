@@ -75,6 +75,7 @@ private Q_SLOTS:
     void selectedMessagesAreCopied();
     void aMessageIsLegibleInANarrowLog();
     void aFigureBelowZeroStaysInItsPlot();
+    void aNarrowPlotShowsItsNameAndItsFigure();
 };
 
 void tst_WindowWidgets::cropKeysKeepTheSizeAtTheEdges()
@@ -245,6 +246,37 @@ void tst_WindowWidgets::aFigureBelowZeroStaysInItsPlot()
     // Below the title, which tells the figure, all is as it would be at zero.
     const QRect curve(0, plot.fontMetrics().lineSpacing() + 6, 200, 100);
     QCOMPARE(belowZero.copy(curve), atZero.copy(curve));
+}
+
+void tst_WindowWidgets::aNarrowPlotShowsItsNameAndItsFigure()
+{
+    Series series;
+    series.add(1234);
+    const auto picture = [&](const char *pName, int nWidth) {
+        PlotWidget plot(QString::fromLatin1(pName), QStringLiteral("ms"), QString(), 100);
+        plot.resize(nWidth, 100);
+        plot.setSeries(series);
+        const QImage grabbed = plot.grab().toImage();
+        return grabbed.copy(0, 0, nWidth, plot.fontMetrics().lineSpacing() + 4);
+    };
+    // Where both have room the title ends with the figure, and otherwise there is the name alone.
+    const QImage wide = picture("Processor", 300);
+    const QImage wideEnd = wide.copy(wide.width() - 60, 0, 60, wide.height());
+    const QImage narrow = picture("Processor", 90);
+    const QImage narrowEnd = narrow.copy(narrow.width() - 20, 0, 20, narrow.height());
+    const QRgb ground = narrow.pixel(1, 1);
+    const auto isEmpty = [ground](const QImage &image) {
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                if (image.pixel(x, y) != ground)
+                    return false;
+            }
+        }
+        return true;
+    };
+    QVERIFY(!isEmpty(wideEnd));
+    QVERIFY(isEmpty(narrowEnd));
+    QVERIFY(!isEmpty(narrow.copy(0, 0, 60, narrow.height())));
 }
 
 QTEST_MAIN(tst_WindowWidgets)

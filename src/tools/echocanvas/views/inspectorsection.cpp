@@ -31,6 +31,8 @@ QIcon swatch(const QColor &color)
     painter.fillRect(pixmap.rect(), Qt::white);
     painter.fillRect(pixmap.rect(), QBrush(Qt::gray, Qt::Dense4Pattern));
     painter.fillRect(pixmap.rect(), color);
+    painter.setPen(Qt::gray); // or white would be lost on a light button
+    painter.drawRect(pixmap.rect().adjusted(0, 0, -1, -1));
     return QIcon(pixmap);
 }
 

@@ -68,8 +68,6 @@ void PlotWidget::paintEvent(QPaintEvent *)
     const QRect room = rect().adjusted(Margin, Margin, -Margin, -Margin);
     const int nLine = fontMetrics().lineSpacing();
     const QRect title(room.left(), room.top(), room.width(), nLine);
-    painter.setPen(palette().color(QPalette::WindowText));
-    paintTitle(painter, title);
     const QRectF plot = QRectF(room).adjusted(0, nLine + 2, 0, -1);
     painter.fillRect(plot, palette().color(QPalette::Base));
     const double end = axisEnd(m_series.values(), m_least);
@@ -81,9 +79,11 @@ void PlotWidget::paintEvent(QPaintEvent *)
     painter.drawText(plot.adjusted(3, 0, -3, 0), Qt::AlignLeft | Qt::AlignTop, numberText(end));
     painter.drawText(plot.adjusted(3, 0, -3, 0), Qt::AlignLeft | Qt::AlignBottom,
                      QStringLiteral("−60 s"));
+    painter.setPen(palette().color(QPalette::WindowText));
+    paintTitle(painter, title);
 }
 
-/** The figure as a whole, and of the name what there is room for. */
+/** The name, and behind it the figure; below it, within the plot, where there is no room. */
 void PlotWidget::paintTitle(QPainter &painter, const QRect &room) const
 {
     const auto last = m_series.last();
@@ -92,11 +92,13 @@ void PlotWidget::paintTitle(QPainter &painter, const QRect &room) const
     QFont bold = font();
     bold.setBold(true);
     painter.setFont(bold);
-    painter.drawText(room, Qt::AlignRight | Qt::AlignVCenter, strFigure);
-    const int nLeft = room.width() - painter.fontMetrics().horizontalAdvance(strFigure) - Margin;
+    const int nTogether = fontMetrics().horizontalAdvance(m_strName) + Margin
+                        + painter.fontMetrics().horizontalAdvance(strFigure);
+    const int nBelow = nTogether > room.width() ? room.height() + 2 : 0;
+    painter.drawText(room.translated(0, nBelow), Qt::AlignRight | Qt::AlignVCenter, strFigure);
     painter.setFont(font());
     painter.drawText(room, Qt::AlignLeft | Qt::AlignVCenter,
-                     fontMetrics().elidedText(m_strName, Qt::ElideRight, nLeft));
+                     fontMetrics().elidedText(m_strName, Qt::ElideRight, room.width()));
 }
 
 void PlotWidget::paintCurve(QPainter &painter, const QRectF &room, double end) const
