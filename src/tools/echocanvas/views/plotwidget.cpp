@@ -83,7 +83,7 @@ void PlotWidget::paintEvent(QPaintEvent *)
     paintTitle(painter, title);
 }
 
-/** The name, and behind it the figure; below it, within the plot, where there is no room. */
+/** The name, and behind it the figure; where there is no room, below what the axis ends at. */
 void PlotWidget::paintTitle(QPainter &painter, const QRect &room) const
 {
     const auto last = m_series.last();
@@ -94,7 +94,7 @@ void PlotWidget::paintTitle(QPainter &painter, const QRect &room) const
     painter.setFont(bold);
     const int nTogether = fontMetrics().horizontalAdvance(m_strName) + Margin
                         + painter.fontMetrics().horizontalAdvance(strFigure);
-    const int nBelow = nTogether > room.width() ? room.height() + 2 : 0;
+    const int nBelow = nTogether > room.width() ? 2 * room.height() + 2 : 0;
     painter.drawText(room.translated(0, nBelow), Qt::AlignRight | Qt::AlignVCenter, strFigure);
     painter.setFont(font());
     painter.drawText(room, Qt::AlignLeft | Qt::AlignVCenter,
