@@ -131,8 +131,8 @@ void CanvasView::setZoom(double zoom)
     if (wanted != m_zoom || size != this->size()) {
         m_zoom = wanted;
         m_backdrop = QPixmap();
+        setMinimumSize(size); // before, or the last one would keep it from shrinking
         resize(size);
-        setMinimumSize(size);
         update();
     }
 }

@@ -14,6 +14,15 @@ const QColor MarkBackground(16, 17, 19, 225);
 constexpr int MarkMargin = 3; // pixels of the widget, above and below a mark's text
 constexpr int MarkSlack = 4;  // the sign may come from another font, and be a little wider
 
+// Above that, what is repainted is drawn anew: at the highest zoom it would take half a gigabyte.
+constexpr double MaxBackdropPixels = 16e6;
+
+bool keepsBackdrop(const QWidget &view)
+{
+    const double ratio = view.devicePixelRatioF();
+    return view.width() * ratio * view.height() * ratio <= MaxBackdropPixels;
+}
+
 qint64 areaOf(const QRegion &region)
 {
     qint64 nPixels = 0;
@@ -39,7 +48,10 @@ void CanvasView::renderBackdrop()
 void CanvasView::paintEvent(QPaintEvent *pEvent)
 {
     const CpuMeter meter(m_figures.m_cpuSeconds);
-    if (m_backdrop.isNull())
+    const bool isOfThisScreen = qFuzzyCompare(m_backdrop.devicePixelRatio(), devicePixelRatioF());
+    if (!keepsBackdrop(*this))
+        m_backdrop = QPixmap();
+    else if (m_backdrop.isNull() || !isOfThisScreen)
         renderBackdrop();
     QPainter painter(this);
     ++m_figures.m_nPaints;
@@ -56,9 +68,17 @@ void CanvasView::paintRegion(QPainter &painter, const QRegion &region)
     const qreal ratio = m_backdrop.devicePixelRatio();
     for (const QRect &rect : region) {
         painter.setClipRect(rect);
-        painter.drawPixmap(
-            rect, m_backdrop,
-            QRectF(QPointF(rect.topLeft()) * ratio, QSizeF(rect.size()) * ratio).toRect());
+        if (m_backdrop.isNull()) {
+            painter.save();
+            painter.scale(m_zoom, m_zoom);
+            paintBackdrop(painter, m_screen);
+            painter.restore();
+        } else {
+            // Not in whole pixels: there are none in between at a ratio of, say, 1.5.
+            painter.drawPixmap(
+                QRectF(rect), m_backdrop,
+                QRectF(QPointF(rect.topLeft()) * ratio, QSizeF(rect.size()) * ratio));
+        }
         for (const sSceneLayer &layer : qAsConst(m_screen.m_layers)) {
             const QRect target = onWidget(layer.canvasRect());
             const auto it = m_previews.constFind(layer.m_config.m_LayerIdentifies.layerId);

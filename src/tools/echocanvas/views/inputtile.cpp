@@ -46,7 +46,7 @@ int InputTile::textHeight() const
 
 QSize InputTile::minimumSizeHint() const
 {
-    return QSize(fontMetrics().horizontalAdvance(QLatin1Char('0')) * 10,
+    return QSize(fontMetrics().horizontalAdvance(QLatin1Char('0')) * 6,
                  textHeight() + 3 * fontMetrics().lineSpacing() + 3 * Margin);
 }
 
@@ -96,7 +96,8 @@ void InputTile::paintEvent(QPaintEvent *)
     painter.drawText(line, Qt::AlignCenter, accessibleName());
     line.translate(0, nLine);
     painter.setPen(lookOf(m_eState, palette()).m_color);
-    painter.drawText(line, Qt::AlignCenter, m_strState);
+    painter.drawText(line, Qt::AlignCenter,
+                     painter.fontMetrics().elidedText(m_strState, Qt::ElideRight, line.width()));
     line.translate(0, nLine);
     painter.setFont(font());
     painter.setPen(palette().color(QPalette::WindowText));
@@ -140,7 +141,8 @@ void InputTile::contextMenuEvent(QContextMenuEvent *pEvent)
 
 void InputTile::keyPressEvent(QKeyEvent *pEvent)
 {
-    if (pEvent->key() == Qt::Key_Return || pEvent->key() == Qt::Key_Space)
+    const int nKey = pEvent->key();
+    if (nKey == Qt::Key_Return || nKey == Qt::Key_Enter || nKey == Qt::Key_Space)
         Q_EMIT menuWanted(m_nInput, mapToGlobal(rect().center()));
     else
         QWidget::keyPressEvent(pEvent);

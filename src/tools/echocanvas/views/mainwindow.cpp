@@ -16,6 +16,7 @@
 #include <QDockWidget>
 #include <QLabel>
 #include <QMenuBar>
+#include <QScreen>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -41,7 +42,7 @@ MainWindow::MainWindow(WindowHost &host, QSettings &settings, const QString &str
     setDockOptions(AllowNestedDocks | AllowTabbedDocks | AnimatedDocks);
     setCorner(Qt::BottomLeftCorner, Qt::BottomDockWidgetArea);
     setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
-    resize(FirstSize);
+    resize(FirstSize.boundedTo(QWidget::screen()->availableSize()));
     buildCanvas();
     buildDocks();
     buildMenus();
@@ -175,7 +176,9 @@ void MainWindow::takeStructure()
 {
     const int nScreens = m_host.document().scene().m_screens.size();
     const bool isSelectionGone = !m_selected || !m_host.document().layer(*m_selected);
-    m_nScreen = qBound(0, m_nScreen, nScreens - 1);
+    // Screens that come or go give the others another place.
+    m_nScreen = isSelectionGone ? qBound(0, m_nScreen, nScreens - 1)
+                                : m_host.document().screenOf(*m_selected);
     showScreen();
     select(m_nScreen, isSelectionGone ? std::nullopt : m_selected);
 }

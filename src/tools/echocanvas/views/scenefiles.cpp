@@ -92,14 +92,25 @@ void SceneFiles::openBuiltIn()
         open(QString());
 }
 
+/** What is typed in a field, but not yet taken over, is an edit too. */
+void SceneFiles::finishEdit()
+{
+    if (QWidget *const pField = m_window.focusWidget()) {
+        pField->clearFocus();
+        pField->setFocus();
+    }
+}
+
 bool SceneFiles::save()
 {
+    finishEdit();
     const QString strFile = m_host.document().fileName();
     return strFile.isEmpty() ? askAndSave() : saveAs(strFile);
 }
 
 bool SceneFiles::askAndSave()
 {
+    finishEdit();
     const QString strFile = QFileDialog::getSaveFileName(
         &m_window, QStringLiteral("Save the scene"), m_host.document().fileName(), filter());
     return !strFile.isEmpty() && saveAs(strFile);
@@ -112,6 +123,7 @@ bool SceneFiles::saveAs(const QString &strFileName)
         m_banner.tell(QStringLiteral("The scene was not saved"), {strError}, QString());
         return false;
     }
+    m_banner.hide(); // which may tell of a file that is no longer so
     m_watcher.watch(strFileName);
     m_recentFiles.add(strFileName);
     return true;
@@ -124,6 +136,7 @@ void SceneFiles::reload()
 
 bool SceneFiles::mayDiscard()
 {
+    finishEdit();
     if (!m_host.document().isModified())
         return true;
     const auto eAnswer = QMessageBox::question(

@@ -33,6 +33,7 @@ public:
 
 private:
     void addActions(QMenu &menu);
+    void finishEdit();
     void askAndOpen();
     bool askAndSave();
     bool saveAs(const QString &strFileName);

@@ -17,6 +17,7 @@ namespace Morvek::Tools {
 namespace {
 
 constexpr int MaxFps = 255;
+constexpr int GesturePauseMs = 1000;
 
 void setTip(QAction &action, const char *pTip)
 {
@@ -105,7 +106,7 @@ void SessionControls::addReadingActions(QMenu &menu)
 
 void SessionControls::addRenderingActions(QMenu &menu)
 {
-    m_pRendering = addAction(menu, "Re&nder thread", Qt::SHIFT | Qt::Key_F7,
+    m_pRendering = addAction(menu, "Render &thread", Qt::SHIFT | Qt::Key_F7,
                              "Starts or stops the thread that renders previews");
     m_pRendering->setCheckable(true);
     connect(m_pRendering, &QAction::triggered, this,
@@ -150,8 +151,18 @@ void SessionControls::addFields(QToolBar &)
     m_pFps->setObjectName(QStringLiteral("fps"));
     m_pFps->setToolTip(QStringLiteral(
         "Previews a second and layer that are asked for; 0 leaves the rate to the library"));
-    connect(m_pFps, qOverload<int>(&QSpinBox::valueChanged), this,
-            [this](int nFps) { editDevice([&](sSceneDevice &device) { device.m_nFps = nFps; }); });
+    connect(m_pFps, qOverload<int>(&QSpinBox::valueChanged), this, [this](int nFps) {
+        editDevice([&](sSceneDevice &device) { device.m_nFps = nFps; }, fpsGesture());
+    });
+}
+
+/** Steps that follow each other faster are undone together, as in the fields of a layer. */
+int SessionControls::fpsGesture()
+{
+    if (!m_sinceFps.isValid() || m_sinceFps.elapsed() >= GesturePauseMs)
+        m_nFpsGesture = m_host.document().newGesture();
+    m_sinceFps.start();
+    return m_nFpsGesture;
 }
 
 void SessionControls::addToBar(QToolBar &bar)

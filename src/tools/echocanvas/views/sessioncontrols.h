@@ -3,6 +3,7 @@
 
 #include "windowhost.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 
 class QAction;
@@ -33,6 +34,7 @@ private:
     void refresh();
     void refreshDevices();
     void showStatus();
+    int fpsGesture();
     void editDevice(const std::function<void(sSceneDevice &)> &change, int nGesture = 0);
 
     WindowHost &m_host;
@@ -48,6 +50,8 @@ private:
     QAction *m_pReconnect = nullptr;
     QAction *m_pRendering = nullptr;
     QAction *m_pRenderEnabled = nullptr;
+    int m_nFpsGesture = 0;
+    QElapsedTimer m_sinceFps; // was last turned
 };
 
 } // namespace Morvek::Tools
