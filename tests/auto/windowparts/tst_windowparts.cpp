@@ -20,6 +20,7 @@ private Q_SLOTS:
     void movesByTheWayOfTheMouse();
     void resizesByEdges_data();
     void resizesByEdges();
+    void keepsTheShapeAtACorner();
     void statesDifferBySignAndWordAndAreLegible();
     void axesEndAtRoundNumbers();
     void snapshotsNeverReplaceEachOther();
@@ -73,6 +74,23 @@ void tst_WindowParts::resizesByEdges()
     QFETCH(QRect, expected);
     const LayerDrag drag(QRect(10, 20, 30, 40), Qt::Edges(nEdges), QPointF(3, 3));
     QCOMPARE(drag.rectAt(QPointF(3, 3) + way), expected);
+}
+
+void tst_WindowParts::keepsTheShapeAtACorner()
+{
+    const QRect rect(100, 200, 160, 90);
+    const LayerDrag bottomRight(rect, Qt::BottomEdge | Qt::RightEdge, QPointF(0, 0));
+    QCOMPARE(bottomRight.rectAt(QPointF(160, 10), true), QRect(100, 200, 320, 180));
+    QCOMPARE(bottomRight.rectAt(QPointF(-80, -70), true), QRect(100, 200, 80, 45));
+    QCOMPARE(bottomRight.rectAt(QPointF(-900, -900), true), QRect(100, 200, 2, 1));
+    QCOMPARE(bottomRight.rectAt(QPointF(160, 10)), QRect(100, 200, 320, 100));
+    const LayerDrag topLeft(rect, Qt::TopEdge | Qt::LeftEdge, QPointF(0, 0));
+    QCOMPARE(topLeft.rectAt(QPointF(0, -90), true), QRect(-60, 110, 320, 180));
+    const LayerDrag topRight(rect, Qt::TopEdge | Qt::RightEdge, QPointF(0, 0));
+    QCOMPARE(topRight.rectAt(QPointF(160, 0), true), QRect(100, 110, 320, 180));
+    // A side has no other length to go by.
+    const LayerDrag right(rect, Qt::RightEdge, QPointF(0, 0));
+    QCOMPARE(right.rectAt(QPointF(160, 0), true), QRect(100, 200, 320, 90));
 }
 
 void tst_WindowParts::statesDifferBySignAndWordAndAreLegible()

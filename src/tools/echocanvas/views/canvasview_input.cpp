@@ -59,7 +59,7 @@ void CanvasView::mouseMoveEvent(QMouseEvent *pEvent)
     const QPointF place = toCanvas(pEvent->pos());
     if (!m_drag->hasBegun(place, QApplication::startDragDistance() / m_zoom))
         return;
-    const QRect rect = m_drag->rectAt(place);
+    const QRect rect = m_drag->rectAt(place, pEvent->modifiers() & Qt::ShiftModifier);
     if (rect != pLayer->canvasRect())
         Q_EMIT geometryWanted(*m_selected, rect, m_drag->takeFirst());
 }

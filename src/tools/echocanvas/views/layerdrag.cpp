@@ -72,7 +72,7 @@ bool LayerDrag::hasBegun(const QPointF &point, double leastWay)
     return m_hasBegun;
 }
 
-QRect LayerDrag::rectAt(const QPointF &point) const
+QRect LayerDrag::rectAt(const QPointF &point, bool isShapeKept) const
 {
     const QPoint way = (point - m_start).toPoint();
     if (!m_edges)
@@ -86,7 +86,23 @@ QRect LayerDrag::rectAt(const QPointF &point) const
         rect.setTop(qMin(rect.top() + way.y(), rect.bottom()));
     if (m_edges & Qt::BottomEdge)
         rect.setBottom(qMax(rect.bottom() + way.y(), rect.top()));
-    return rect;
+    const bool isCorner =
+        (m_edges & (Qt::LeftEdge | Qt::RightEdge)) && (m_edges & (Qt::TopEdge | Qt::BottomEdge));
+    return isShapeKept && isCorner ? inOldShape(rect) : rect;
+}
+
+/** As large as the rectangle in the way in which it grew more; the corner across stays. */
+QRect LayerDrag::inOldShape(const QRect &rect) const
+{
+    const double factor =
+        qMax(double(rect.width()) / m_rect.width(), double(rect.height()) / m_rect.height());
+    const QSize size = (QSizeF(m_rect.size()) * factor).toSize().expandedTo(QSize(1, 1));
+    QRect shaped(rect.topLeft(), size);
+    if (m_edges & Qt::LeftEdge)
+        shaped.moveRight(rect.right());
+    if (m_edges & Qt::TopEdge)
+        shaped.moveBottom(rect.bottom());
+    return shaped;
 }
 
 bool LayerDrag::takeFirst()

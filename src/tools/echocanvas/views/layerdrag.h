@@ -40,8 +40,12 @@ public:
      */
     LayerDrag(const QRect &rect, Qt::Edges edges, const QPointF &start);
 
-    /** The rectangle once the mouse is there: never smaller than one pixel. */
-    QRect rectAt(const QPointF &point) const;
+    /**
+     * The rectangle once the mouse is there: never smaller than one pixel.
+     *
+     * @param isShapeKept  a corner leaves the ratio of width and height as it was
+     */
+    QRect rectAt(const QPointF &point, bool isShapeKept = false) const;
     QRect startRect() const { return m_rect; }
     /** Whether all of the rectangle is moved. */
     bool isMove() const { return !m_edges; }
@@ -56,6 +60,8 @@ public:
     bool takeFirst();
 
 private:
+    QRect inOldShape(const QRect &rect) const;
+
     QRect m_rect;
     Qt::Edges m_edges;
     QPointF m_start;
