@@ -32,19 +32,22 @@ const sSceneLayer *CanvasView::layerAt(const QPointF &canvasPoint) const
 
 void CanvasView::mousePressEvent(QMouseEvent *pEvent)
 {
-    if (pEvent->button() != Qt::LeftButton)
+    // The right one selects what its menu is about, but not in the middle of a drag.
+    const bool isForMenu = pEvent->buttons() == Qt::RightButton;
+    if (pEvent->button() != Qt::LeftButton && !isForMenu)
         return;
     const QPointF place = toCanvas(pEvent->pos());
     const sSceneLayer *pLayer = m_selected ? layer(*m_selected) : nullptr;
     const Qt::Edges edges =
-        pLayer ? edgesAt(onWidget(pLayer->canvasRect()), pEvent->pos()) : Qt::Edges();
+        pLayer && !isForMenu ? edgesAt(onWidget(pLayer->canvasRect()), pEvent->pos()) : Qt::Edges();
     if (!edges)
         pLayer = layerAt(place);
     if (!pLayer) {
         Q_EMIT selectionCleared();
         return;
     }
-    m_drag.emplace(pLayer->canvasRect(), edges, place);
+    if (!isForMenu)
+        m_drag.emplace(pLayer->canvasRect(), edges, place);
     const LayerKey key = pLayer->m_config.m_LayerIdentifies;
     Q_EMIT layerSelected(key);
 }

@@ -12,6 +12,7 @@
 class QAction;
 class QDockWidget;
 class QLabel;
+class QMenu;
 
 namespace Morvek::Tools {
 
@@ -57,6 +58,7 @@ private:
     void buildDocks();
     void buildMenus();
     void buildEditMenu(QMenu &menu);
+    void buildLayerMenu(const QList<QAction *> &edits);
     void buildSnapshotMenu(QMenu &menu);
     void connectHost();
 
@@ -69,6 +71,7 @@ private:
     void refreshCropPicture();
     void wantGeometry(const LayerKey &key, const QRect &rect, bool isNewGesture);
     void showScreen();
+    void showLayerMenu(const QPoint &place);
     void showInputMenu(int nInput, const QPoint &globalPlace);
     void addLayer();
     void duplicateLayer();
@@ -90,6 +93,7 @@ private:
     InputWall *m_pWall = nullptr;
     SceneFiles *m_pFiles = nullptr;
     QLabel *m_pZoom = nullptr;
+    QMenu *m_pLayerMenu = nullptr;
     QAction *m_pAddLayer = nullptr;
     QList<QAction *> m_layerActions; // want a selected layer
     QAction *m_pRemoveLayer = nullptr;

@@ -3,8 +3,10 @@
 #include "canvaspainter.h"
 #include "canvaspane.h"
 #include "canvasview.h"
+#include "devicebanner.h"
 #include "inspectorsections.h"
 #include "scenefiles.h"
+#include "scenetree.h"
 #include "sessioncontrols.h"
 #include "snapshots.h"
 
@@ -13,6 +15,7 @@
 #include <QDialogButtonBox>
 #include <QDockWidget>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QMenuBar>
 #include <QScreen>
 #include <QStatusBar>
@@ -35,6 +38,8 @@ void MainWindow::buildMenus()
 {
     QMenu *const pFile = menuBar()->addMenu(QStringLiteral("&File"));
     m_pFiles = new SceneFiles(m_host, m_settings, *pFile, *m_pBanner, *this);
+    connect(m_pFiles, &SceneFiles::told, this,
+            [this](const QString &strText) { statusBar()->showMessage(strText, ToldMs); });
     pFile->addSeparator();
     buildSnapshotMenu(*pFile->addMenu(QStringLiteral("S&napshot")));
     pFile->addSeparator();
@@ -64,7 +69,9 @@ void MainWindow::buildMenus()
     auto *const pBar = new QToolBar(QStringLiteral("Device"));
     pBar->setObjectName(QStringLiteral("deviceBar"));
     addToolBar(pBar);
-    new SessionControls(m_host, *menuBar()->addMenu(QStringLiteral("&Device")), *pBar);
+    auto *const pControls =
+        new SessionControls(m_host, *menuBar()->addMenu(QStringLiteral("&Device")), *pBar);
+    connect(m_pDeviceBanner, &DeviceBanner::fileWanted, pControls, &SessionControls::chooseFile);
     QMenu *const pHelp = menuBar()->addMenu(QStringLiteral("&Help"));
     pHelp->addAction(QStringLiteral("&Keyboard"), this, &MainWindow::showShortcuts,
                      QKeySequence::HelpContents);
@@ -81,17 +88,18 @@ void MainWindow::buildEditMenu(QMenu &menu)
     menu.addSeparator();
     m_pAddLayer = menu.addAction(QStringLiteral("&Add a layer"), this, &MainWindow::addLayer,
                                  QKeySequence(Qt::CTRL | Qt::Key_L));
-    m_layerActions.append(menu.addAction(QStringLiteral("&Duplicate the layer"), this,
-                                         &MainWindow::duplicateLayer,
-                                         QKeySequence(Qt::CTRL | Qt::Key_D)));
-    m_layerActions.append(menu.addAction(
+    QAction *const pDuplicate =
+        menu.addAction(QStringLiteral("&Duplicate the layer"), this, &MainWindow::duplicateLayer,
+                       QKeySequence(Qt::CTRL | Qt::Key_D));
+    QAction *const pRaise = menu.addAction(
         QStringLiteral("&Raise the layer"), this,
         [this] { m_host.document().restackLayer(*m_selected, 1); },
-        QKeySequence(Qt::CTRL | Qt::Key_BracketRight)));
-    m_layerActions.append(menu.addAction(
+        QKeySequence(Qt::CTRL | Qt::Key_BracketRight));
+    QAction *const pLower = menu.addAction(
         QStringLiteral("&Lower the layer"), this,
         [this] { m_host.document().restackLayer(*m_selected, -1); },
-        QKeySequence(Qt::CTRL | Qt::Key_BracketLeft)));
+        QKeySequence(Qt::CTRL | Qt::Key_BracketLeft));
+    m_layerActions += {pDuplicate, pRaise, pLower};
     m_pRemoveLayer = menu.addAction(
         QStringLiteral("Re&move the layer"), this,
         [this] { m_host.document().removeLayer(*m_selected); }, QKeySequence::Delete);
@@ -99,6 +107,41 @@ void MainWindow::buildEditMenu(QMenu &menu)
         QStringLiteral("Remove the &screen"), this,
         [this] { m_host.document().removeScreen(m_nScreen); },
         QKeySequence(Qt::SHIFT | Qt::Key_Delete));
+    buildLayerMenu({pRaise, pLower, pDuplicate});
+}
+
+/** The menu of a layer, on the canvas and in the tree. */
+void MainWindow::buildLayerMenu(const QList<QAction *> &edits)
+{
+    m_pLayerMenu = new QMenu(this);
+    m_pLayerMenu->setObjectName(QStringLiteral("layerMenu"));
+    m_pLayerMenu->addActions(edits);
+    m_pLayerMenu->addSeparator();
+    // By its whole name, which it does not need where its menu says what it is about.
+    auto *const pSnapshot = findChild<QAction *>(QStringLiteral("layerSnapshot"));
+    m_pLayerMenu->addAction(QStringLiteral("&Snapshot of the layer\t")
+                                + pSnapshot->shortcut().toString(QKeySequence::NativeText),
+                            pSnapshot, &QAction::trigger);
+    m_pLayerMenu->addSeparator();
+    m_pLayerMenu->addAction(m_pRemoveLayer);
+    CanvasView &view = m_pCanvas->view();
+    view.setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(&view, &QWidget::customContextMenuRequested, this, &MainWindow::showLayerMenu);
+    connect(m_pTree, &SceneTree::menuWanted, m_pLayerMenu,
+            [this](const QPoint &place) { m_pLayerMenu->popup(place); });
+}
+
+/** The key that asks for a menu knows no place: then it is the layer's. */
+void MainWindow::showLayerMenu(const QPoint &place)
+{
+    const sSceneLayer *const pLayer = m_selected ? m_host.document().layer(*m_selected) : nullptr;
+    if (!pLayer || QGuiApplication::mouseButtons() & Qt::LeftButton) // amid a drag
+        return;
+    const CanvasView &view = m_pCanvas->view();
+    const QRect rect = view.onWidget(pLayer->canvasRect());
+    const QRect inSight = rect & view.visibleRegion().boundingRect();
+    const bool isOnLayer = rect.contains(place);
+    m_pLayerMenu->popup(view.mapToGlobal(isOnLayer ? place : inSight.center()));
 }
 
 void MainWindow::refreshEditActions()
@@ -135,7 +178,7 @@ void MainWindow::duplicateLayer()
 
 void MainWindow::buildSnapshotMenu(QMenu &menu)
 {
-    m_layerActions.append(menu.addAction(
+    QAction *const pLayerSnapshot = menu.addAction(
         QStringLiteral("Of the &layer"), this,
         [this] {
             const sSceneLayer *const pLayer = m_host.document().layer(*m_selected);
@@ -143,7 +186,9 @@ void MainWindow::buildSnapshotMenu(QMenu &menu)
                 snapshot(QStringLiteral("layer ") + pLayer->m_strName,
                          m_host.session().preview(*m_selected));
         },
-        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_L)));
+        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_L));
+    pLayerSnapshot->setObjectName(QStringLiteral("layerSnapshot"));
+    m_layerActions.append(pLayerSnapshot);
     m_layerActions.append(menu.addAction(
         QStringLiteral("Of the layer's &input"), this,
         [this] {
@@ -212,7 +257,7 @@ void MainWindow::showInputMenu(int nInput, const QPoint &globalPlace)
         m_host.session().inputPicture(nInput, picture);
         snapshot(QStringLiteral("input %1").arg(nInput), picture);
     });
-    pMenu->addSection(QStringLiteral("What the device model says"));
+    pMenu->addSection(QStringLiteral("Try out: what the device model says"));
     QAction *const pActive = pMenu->addAction(QStringLiteral("&Connected"));
     pActive->setCheckable(true);
     pActive->setChecked(input.isActive());

@@ -1,5 +1,6 @@
 #include "scenetree.h"
 
+#include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QScopedValueRollback>
 
@@ -9,8 +10,19 @@ namespace {
 
 QString sourceText(const sSceneLayer &layer)
 {
-    return layer.hasSource() ? QStringLiteral("input %1").arg(layer.input())
-                             : QStringLiteral("colour");
+    const QString strSource = layer.hasSource() ? QStringLiteral("input %1").arg(layer.input())
+                                                : QStringLiteral("colour");
+    const bool isFrozen = layer.m_config.m_LayerItem.m_isFrozen;
+    return isFrozen ? strSource + QStringLiteral(", frozen") : strSource;
+}
+
+/** Names are longer than a narrow tree shows. */
+void setTexts(QTreeWidgetItem &item, const QString &strName, const QString &strShows)
+{
+    item.setText(0, strName);
+    item.setText(1, strShows);
+    for (const int nColumn : {0, 1})
+        item.setToolTip(nColumn, QStringLiteral("%1: %2").arg(strName, strShows));
 }
 
 } // namespace
@@ -23,9 +35,9 @@ SceneTree::SceneTree(const SceneDocument &document, QWidget *pParent)
     setHeaderLabels({QStringLiteral("Screen, layer"), QStringLiteral("Shows")});
     setAccessibleName(QStringLiteral("Screens and layers"));
     setUniformRowHeights(true);
+    setIndentation(fontMetrics().horizontalAdvance(QLatin1Char('0')) * 3 / 2);
     header()->setStretchLastSection(false);
     header()->setSectionResizeMode(0, QHeaderView::Stretch);
-    header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
     connect(&m_document, &SceneDocument::replaced, this, &SceneTree::rebuild);
     connect(&m_document, &SceneDocument::structureChanged, this, &SceneTree::rebuild);
     connect(&m_document, &SceneDocument::layerChanged, this, &SceneTree::renameLayer);
@@ -39,18 +51,30 @@ void SceneTree::rebuild()
     clear();
     for (const sSceneScreen &screen : m_document.scene().m_screens) {
         auto *const pScreen = new QTreeWidgetItem(this);
-        pScreen->setText(0, screen.m_strName);
-        pScreen->setText(
-            1, QStringLiteral("%1 × %2").arg(screen.m_size.width()).arg(screen.m_size.height()));
+        setTexts(*pScreen, screen.m_strName,
+                 QStringLiteral("%1 × %2").arg(screen.m_size.width()).arg(screen.m_size.height()));
         for (int nLayer = screen.m_layers.size() - 1; nLayer >= 0; --nLayer) {
             const sSceneLayer &layer = screen.m_layers[nLayer];
             auto *const pLayer = new QTreeWidgetItem(pScreen);
-            pLayer->setText(0, layer.m_strName);
-            pLayer->setText(1, sourceText(layer));
+            setTexts(*pLayer, layer.m_strName, sourceText(layer));
             pLayer->setData(0, Qt::UserRole, QVariant::fromValue(layer.m_config.m_LayerIdentifies));
         }
         pScreen->setExpanded(true);
     }
+    fitColumns();
+}
+
+void SceneTree::resizeEvent(QResizeEvent *pEvent)
+{
+    QTreeWidget::resizeEvent(pEvent);
+    fitColumns();
+}
+
+/** What is shown is told whole where there is room for it and for the names. */
+void SceneTree::fitColumns()
+{
+    const int nWanted = qMax(sizeHintForColumn(1), header()->sectionSizeHint(1));
+    setColumnWidth(1, qMin(nWanted, viewport()->width() / 2));
 }
 
 void SceneTree::renameLayer(const LayerKey &key)
@@ -61,9 +85,9 @@ void SceneTree::renameLayer(const LayerKey &key)
         QTreeWidgetItem *const pItem = pScreen->child(nItem);
         if (!(pItem->data(0, Qt::UserRole).value<LayerKey>() == key))
             continue;
-        pItem->setText(0, pLayer->m_strName);
-        pItem->setText(1, sourceText(*pLayer));
+        setTexts(*pItem, pLayer->m_strName, sourceText(*pLayer));
     }
+    fitColumns();
 }
 
 void SceneTree::setCurrent(int nScreen, std::optional<LayerKey> layer)
@@ -76,6 +100,17 @@ void SceneTree::setCurrent(int nScreen, std::optional<LayerKey> layer)
             pWanted = pScreen->child(nItem);
     }
     setCurrentItem(pWanted);
+}
+
+/** Of a layer alone: a press has made it the current one, and a key is about that one anyway. */
+void SceneTree::contextMenuEvent(QContextMenuEvent *pEvent)
+{
+    const bool isByMouse = pEvent->reason() == QContextMenuEvent::Mouse;
+    const QTreeWidgetItem *const pItem = isByMouse ? itemAt(pEvent->pos()) : currentItem();
+    if (!pItem || !pItem->parent() || pItem != currentItem())
+        return;
+    const QPoint middle = visualItemRect(pItem).center();
+    Q_EMIT menuWanted(isByMouse ? pEvent->globalPos() : viewport()->mapToGlobal(middle));
 }
 
 void SceneTree::tellChoice()

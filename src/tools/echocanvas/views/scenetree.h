@@ -24,9 +24,16 @@ public:
 Q_SIGNALS:
     /** Somebody chose a screen, or a layer on it. */
     void chosen(int nScreen, std::optional<Morvek::Tools::LayerKey> layer);
+    /** The current layer's menu is to come up there. */
+    void menuWanted(const QPoint &globalPlace);
+
+protected:
+    void contextMenuEvent(QContextMenuEvent *pEvent) override;
+    void resizeEvent(QResizeEvent *pEvent) override;
 
 private:
     void rebuild();
+    void fitColumns();
     void renameLayer(const LayerKey &key);
     void tellChoice();
 
