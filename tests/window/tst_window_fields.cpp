@@ -53,6 +53,7 @@ class tst_WindowFields : public WindowTest
 private Q_SLOTS:
     void theWheelScrollsPastFieldsThatNobodyIsIn();
     void undoReachesTheSceneFromAField();
+    void escapeTakesBackWhatIsTyped();
     void onlyInputsOfTheDeviceAreOffered();
     void aLayerWithoutSourceIsGivenAnInputByTheWall();
     void anAlphaMapThatIsNoFileIsRefused();
@@ -106,6 +107,44 @@ void tst_WindowFields::undoReachesTheSceneFromAField()
     QTest::keyClicks(&left, QStringLiteral("77"));
     QTest::keyClick(bench.window().windowHandle(), Qt::Key_Z, Qt::ControlModifier);
     QCOMPARE(layerOf(bench, bench.key(0, 0)).m_position.x(), nBefore + 1);
+}
+
+void tst_WindowFields::escapeTakesBackWhatIsTyped()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    const LayerKey key = bench.key(0, 0);
+    bench.window().select(0, key);
+    bench.window().activateWindow();
+    const sSceneLayer before = layerOf(bench, key);
+    auto &left = bench.widget<QSpinBox>("Left");
+    auto &name = bench.widget<QLineEdit>("Name");
+    const QString strLeft = left.text();
+    const auto type = [](QWidget &field, const char *pText) {
+        field.setFocus();
+        QTRY_VERIFY(field.hasFocus());
+        QTest::keyClick(&field, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(&field, QString::fromLatin1(pText));
+    };
+    type(left, "77");
+    QVERIFY(left.text() != strLeft);
+    QTest::keyClick(&left, Qt::Key_Escape);
+    QCOMPARE(left.text(), strLeft);
+    type(name, "Another");
+    QTest::keyClick(&name, Qt::Key_Escape);
+    QCOMPARE(name.text(), before.m_strName);
+    bench.canvas().setFocus();
+    QVERIFY(layerOf(bench, key) == before);
+    QVERIFY(!bench.host().document().isModified());
+    // A text that was refused is taken back too, with what was said of it.
+    auto &file = bench.widget<QLineEdit>("File");
+    const auto &complaint = bench.widget<QLabel>("File complaint");
+    type(file, "nowhere.png");
+    QTest::keyClick(&file, Qt::Key_Return);
+    QVERIFY(complaint.isVisible());
+    QTest::keyClick(&file, Qt::Key_Escape);
+    QCOMPARE(file.text(), QString());
+    QVERIFY(!complaint.isVisible());
 }
 
 void tst_WindowFields::onlyInputsOfTheDeviceAreOffered()

@@ -197,6 +197,17 @@ void InspectorSection::usableIf(IsUsed isUsed)
         [pField, isUsed](const sSceneLayer &layer) { pField->setEnabled(isUsed(layer)); });
 }
 
+/** Escape leaves a field with the value that the layer has. @return whether another was typed */
+bool InspectorSection::takeBack(const QWidget &field, const QEvent &event)
+{
+    const bool isEscape = event.type() == QEvent::KeyPress
+                       && static_cast<const QKeyEvent &>(event).key() == Qt::Key_Escape;
+    if (!isEscape || isAsLoaded(field))
+        return false;
+    load(m_layer);
+    return true;
+}
+
 /** The wheel scrolls past fields that nobody is in, and undo is the scene's but while typing. */
 bool InspectorSection::eventFilter(QObject *pWatched, QEvent *pEvent)
 {
@@ -206,6 +217,8 @@ bool InspectorSection::eventFilter(QObject *pWatched, QEvent *pEvent)
         pEvent->ignore();
         return true;
     }
+    if (pField && takeBack(*pField, *pEvent))
+        return true;
     return QGroupBox::eventFilter(pWatched, pEvent);
 }
 

@@ -79,6 +79,7 @@ protected:
     bool eventFilter(QObject *pWatched, QEvent *pEvent) override;
 
 private:
+    bool takeBack(const QWidget &field, const QEvent &event);
     void addField(const sFieldText &text, QWidget *pField, Loader loader);
     QLabel *addComplaint(const QString &strName);
 
