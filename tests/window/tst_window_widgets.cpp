@@ -69,6 +69,7 @@ private Q_SLOTS:
     void aLostReleaseDragsNoCrop();
     void aClickIsNoCrop();
     void aSourceAsThinAsALineCanBeCropped();
+    void theLogBeginsWithInformationAndWarnings();
     void theLogFollowsAfterAnotherLevelWasChosen();
     void theLogFollowsWhenItIsShownLater();
     void theLogStaysWhereSomebodyReads();
@@ -142,6 +143,21 @@ void tst_WindowWidgets::aSourceAsThinAsALineCanBeCropped()
     }
 }
 
+void tst_WindowWidgets::theLogBeginsWithInformationAndWarnings()
+{
+    LogCollector collector;
+    qDebug("a note for makers");
+    log(0, 3);
+    LogView view(collector);
+    qDebug("another note");
+    log(3, 2);
+    QTRY_COMPARE(view.model().rowCount(), 5);
+    auto &level = *view.findChild<QComboBox *>();
+    QCOMPARE(level.currentText(), QStringLiteral("Information and warnings"));
+    level.setCurrentIndex(level.findText(QStringLiteral("Everything")));
+    QCOMPARE(view.model().rowCount(), 7);
+}
+
 void tst_WindowWidgets::theLogFollowsAfterAnotherLevelWasChosen()
 {
     LogCollector collector;
@@ -152,7 +168,7 @@ void tst_WindowWidgets::theLogFollowsAfterAnotherLevelWasChosen()
     log(0, 100);
     QTRY_COMPARE(view.model().rowCount(), 100);
     QVERIFY(isAtEnd(table));
-    view.findChild<QComboBox *>()->setCurrentIndex(1);
+    view.findChild<QComboBox *>()->setCurrentIndex(0);
     QVERIFY(isAtEnd(table));
     log(100, 20);
     QTRY_COMPARE(view.model().rowCount(), 120);

@@ -19,6 +19,8 @@ namespace Morvek::Tools {
 
 namespace {
 
+constexpr int FirstSeverity = 1; // the library's notes for its makers are many
+
 enum eColumn { Time, Level, Text, Place, ColumnCount };
 
 int severityOf(QtMsgType eType)
@@ -161,13 +163,14 @@ LogView::LogView(const LogCollector &log, QWidget *pParent)
 
     buildTable();
     followEnd();
+    pLevel->setCurrentIndex(FirstSeverity);
+    m_model.setSeverity(FirstSeverity);
     connect(pLevel, qOverload<int>(&QComboBox::currentIndexChanged), this, [this](int nLevel) {
         m_model.setSeverity(nLevel);
         m_isFollowing = true;
         m_pTable->scrollToBottom();
     });
     connect(&log, &LogCollector::arrived, &m_model, &LogModel::refresh);
-    m_model.refresh();
 }
 
 void LogView::buildTable()
