@@ -1,10 +1,15 @@
 #include "windowtest.h"
 
+#include <devicebanner.h>
 #include <scenetree.h>
 
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDockWidget>
+#include <QLabel>
 #include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
 
 using namespace Morvek::Tests;
 using namespace Morvek::Tools;
@@ -19,11 +24,14 @@ private Q_SLOTS:
     void theMenuKeyOpensTheMenuOfTheSelectedLayer();
     void aRightClickInTheTreeOpensTheSameMenu();
     void theTreeTellsWhatIsFrozenAndWholeNames();
+    void fieldsSayWhatTheyDo();
+    void noTwoKeysAreTheSame();
 
 private:
     /** Through the window, as from the display: only so does a press ask for a menu. */
     static void click(WindowBench &bench, const QWidget &widget, const QPoint &place);
     static QStringList entries(const QMenu &menu);
+    static QStringList mnemonics(const QWidget &window);
 };
 
 void tst_WindowHandling::click(WindowBench &bench, const QWidget &widget, const QPoint &place)
@@ -146,6 +154,90 @@ void tst_WindowHandling::theTreeTellsWhatIsFrozenAndWholeNames()
         QVERIFY(2 * tree.columnWidth(0) >= tree.viewport()->width());
         QCOMPARE(tree.columnWidth(0) + tree.columnWidth(1), tree.viewport()->width());
     }
+}
+
+void tst_WindowHandling::fieldsSayWhatTheyDo()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    bench.window().select(0, bench.key(0, 0));
+    const auto &fill = bench.widget<QPushButton>("Fill colour");
+    for (const char *pWord : {"behind the picture", "where there is none", "#aarrggbb"})
+        QVERIFY2(fill.toolTip().contains(QLatin1String(pWord)), pWord);
+    QCOMPARE(fill.text(), QStringLiteral("#ffffffff"));
+    const auto &hint = bench.widget<QLabel>("Crop hint");
+    QVERIFY(hint.isVisible());
+    QCOMPARE(hint.text(), QStringLiteral("Drag on the picture to crop"));
+    bench.widget<QComboBox>("Input").setCurrentIndex(0); // its own colour, which nobody can crop
+    QVERIFY(!hint.isVisible());
+}
+
+/** The letters that go somewhere with Alt, of all that is in sight. */
+QStringList tst_WindowHandling::mnemonics(const QWidget &window)
+{
+    QStringList texts;
+    const QList<QWidget *> widgets = window.findChildren<QWidget *>();
+    for (const QWidget *const pWidget : widgets) {
+        if (!pWidget->isVisible())
+            continue;
+        const auto *const pLabel = qobject_cast<const QLabel *>(pWidget);
+        const auto *const pButton = qobject_cast<const QAbstractButton *>(pWidget);
+        const auto *const pMenus = qobject_cast<const QMenuBar *>(pWidget);
+        if (pLabel && pLabel->buddy())
+            texts.append(pLabel->text());
+        if (pButton)
+            texts.append(pButton->text());
+        const QList<QAction *> menus = pMenus ? pMenus->actions() : QList<QAction *>();
+        for (const QAction *const pMenu : menus)
+            texts.append(pMenu->text());
+    }
+    QStringList keys;
+    for (const QString &strText : qAsConst(texts)) {
+        const QKeySequence key = QKeySequence::mnemonic(strText);
+        if (!key.isEmpty())
+            keys.append(key.toString());
+    }
+    return keys;
+}
+
+void tst_WindowHandling::noTwoKeysAreTheSame()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    bench.window().select(0, bench.key(0, 0));
+    bench.widget<QDockWidget>("log").raise();
+    const auto &banner = bench.window().deviceBanner();
+    QTRY_VERIFY_WITH_TIMEOUT(bench.waitUntilLive() && !banner.isVisible(), Patience);
+    const auto doubles = [&bench] {
+        QStringList keys = mnemonics(bench.window());
+        const QStringList all = keys;
+        keys.removeDuplicates();
+        for (const QString &strKey : qAsConst(keys)) {
+            if (all.count(strKey) > 1)
+                return strKey;
+        }
+        return QString();
+    };
+    QVERIFY(mnemonics(bench.window()).contains(QStringLiteral("Alt+S"))); // the log's
+    QVERIFY(mnemonics(bench.window()).contains(QStringLiteral("Alt+N"))); // the name's
+    QVERIFY(mnemonics(bench.window()).contains(QStringLiteral("Alt+V")));
+    QCOMPARE(doubles(), QString());
+    DeviceSession &session = bench.host().session();
+    session.setRendering(false);
+    QTRY_VERIFY_WITH_TIMEOUT(banner.isVisible(), Patience);
+    QCOMPARE(doubles(), QString());
+    session.setRendering(true);
+    session.setReading(eReading::Stopped);
+    QTRY_VERIFY_WITH_TIMEOUT(banner.text().contains(QStringLiteral("topped")), Patience);
+    QCOMPARE(doubles(), QString());
+    session.setOnline(false);
+    QTRY_VERIFY_WITH_TIMEOUT(banner.text().contains(QStringLiteral("ffline")), Patience);
+    QCOMPARE(doubles(), QString());
+    session.setOnline(true);
+    // A key leads to its field.
+    bench.window().activateWindow();
+    QTest::keyClick(bench.window().windowHandle(), Qt::Key_P, Qt::AltModifier);
+    QTRY_VERIFY(bench.widget<QComboBox>("Input").hasFocus());
 }
 
 QTEST_MAIN(tst_WindowHandling)

@@ -18,7 +18,7 @@ InspectorSection *makeNameSection()
 {
     auto *const pSection = new InspectorSection(QStringLiteral("Layer"), eLayerPart::Name);
     pSection->addText(
-        {QStringLiteral("Name"), QString(),
+        {QStringLiteral("&Name"), QString(),
          QStringLiteral("Name of the layer, drawn below it on the canvas")},
         [](const sSceneLayer &layer) { return layer.m_strName; },
         [](sSceneLayer &layer, const QString &strName) {

@@ -8,6 +8,7 @@
 #include <QComboBox>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
@@ -138,11 +139,11 @@ InspectorSection *makeGeometrySection()
     auto *const pSection =
         new InspectorSection(QStringLiteral("Place and size"), eLayerPart::Geometry);
     pSection->addNumber(
-        pixels("Left", "Left edge of the layer on the canvas"), -MaxExtent, MaxExtent,
+        pixels("&Left", "Left edge of the layer on the canvas"), -MaxExtent, MaxExtent,
         [](const sSceneLayer &layer) { return layer.m_position.x(); },
         [](sSceneLayer &layer, int nValue) { layer.m_position.setX(nValue); });
     pSection->addNumber(
-        pixels("Top", "Top edge of the layer on the canvas"), -MaxExtent, MaxExtent,
+        pixels("&Top", "Top edge of the layer on the canvas"), -MaxExtent, MaxExtent,
         [](const sSceneLayer &layer) { return layer.m_position.y(); },
         [](sSceneLayer &layer, int nValue) { layer.m_position.setY(nValue); });
     pSection->addNumber(
@@ -163,7 +164,7 @@ InspectorSection *makeSourceSection(CropEditor *pCropEditor, const std::function
     for (int nInput = 0; nInput <= MaxInput; ++nInput)
         inputs.append({QStringLiteral("Input %1").arg(nInput), nInput});
     QComboBox *const pInput = pSection->addChoice(
-        plain("Input", "Where the layer's picture comes from"), inputs,
+        plain("In&put", "Where the layer's picture comes from"), inputs,
         [](const sSceneLayer &layer) { return layer.hasSource() ? layer.input() : NoInput; },
         setInput);
     pSection->addLoader(
@@ -172,6 +173,11 @@ InspectorSection *makeSourceSection(CropEditor *pCropEditor, const std::function
         const sLayerSource &source = layer.m_config.m_LayerSource;
         pCropEditor->setCrop(layer.hasSource() ? source.m_sizeLayerSource : QSize(), cropOf(layer));
     });
+    auto *const pHint = new QLabel(QStringLiteral("Drag on the picture to crop"));
+    pHint->setObjectName(QStringLiteral("Crop hint"));
+    pHint->setAlignment(Qt::AlignHCenter);
+    pSection->addWidget(
+        pHint, [pHint](const sSceneLayer &layer) { pHint->setVisible(layer.hasSource()); });
     QObject::connect(
         pCropEditor, &CropEditor::cropWanted, pSection, [pSection, pCropEditor](const QRect &crop) {
             pSection->edit([&](sSceneLayer &layer) { setCrop(layer, crop); }, pCropEditor);
@@ -216,7 +222,7 @@ InspectorSection *makeLookSection()
         return layer.m_config.m_LayerItem;
     };
     pSection->addChoice(
-        plain("Mirroring", "How the picture is mirrored"),
+        plain("Mirr&oring", "How the picture is mirrored"),
         {{QStringLiteral("None"), sLayerItem::NoMirroring},
          {QStringLiteral("Left and right"), sLayerItem::Hori},
          {QStringLiteral("Top and bottom"), sLayerItem::Vert},
@@ -238,11 +244,13 @@ InspectorSection *makeLookSection()
         [item](const sSceneLayer &layer) { return int(item(layer).m_isFrozen); },
         [item](sSceneLayer &layer, int n) { item(layer).m_isFrozen = n != 0; });
     pSection->addNumber(
-        {QStringLiteral("Opacity"), QStringLiteral(" %"), QStringLiteral("Opacity of the layer")},
+        {QStringLiteral("Op&acity"), QStringLiteral(" %"), QStringLiteral("Opacity of the layer")},
         0, 100, [item](const sSceneLayer &layer) { return item(layer).m_opacity; },
         [item](sSceneLayer &layer, int n) { item(layer).m_opacity = n; });
     pSection->addColor(
-        plain("Colour", "Shown where there is no picture; its alpha makes the whole layer fainter"),
+        plain("Fill colour",
+              "Lies behind the picture, and shows where there is none. As #aarrggbb: "
+              "the alpha, which makes the whole layer fainter, stands first."),
         [item](const sSceneLayer &layer) { return item(layer).m_layerColor; },
         [item](sSceneLayer &layer, const QColor &color) { item(layer).m_layerColor = color; });
     return pSection;
@@ -259,8 +267,9 @@ InspectorSection *makeBorderSection()
         return border(layer).m_borderType != LayerEnum::Invalid;
     };
     pSection->addChoice(
-        plain("Border style", "Hard, soft and halo inside are drawn; the others leave the layer as "
-                              "it is. A layer with an alpha map has no border."),
+        plain("&Border style",
+              "Hard, soft and halo inside are drawn; the others leave the layer as "
+              "it is. A layer with an alpha map has no border."),
         {{QStringLiteral("None"), LayerEnum::Invalid},
          {QStringLiteral("Hard inside"), LayerEnum::Hard_in},
          {QStringLiteral("Soft"), LayerEnum::Soft},
@@ -274,7 +283,7 @@ InspectorSection *makeBorderSection()
             border(layer).m_borderType = LayerEnum::BorderType(n);
         });
     pSection->addColor(
-        plain("Border colour", "Of hard and halo borders"),
+        plain("Border colour", "Of hard and halo borders. As #aarrggbb: the alpha stands first."),
         [border](const sSceneLayer &layer) { return border(layer).m_borderColor; },
         [border](sSceneLayer &layer, const QColor &color) { border(layer).m_borderColor = color; });
     pSection->usableIf(isShown);
