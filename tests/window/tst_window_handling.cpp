@@ -5,11 +5,16 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDialog>
+#include <QDialogButtonBox>
 #include <QDockWidget>
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPointer>
 #include <QPushButton>
+#include <QScreen>
+#include <QTextBrowser>
 
 using namespace Morvek::Tests;
 using namespace Morvek::Tools;
@@ -26,6 +31,8 @@ private Q_SLOTS:
     void theTreeTellsWhatIsFrozenAndWholeNames();
     void fieldsSayWhatTheyDo();
     void noTwoKeysAreTheSame();
+    void theListOfShortcutsIsOrderedAsTheMenus();
+    void aPartsKeyLeadsIntoItAndHidesItFromInside();
 
 private:
     /** Through the window, as from the display: only so does a press ask for a menu. */
@@ -238,6 +245,70 @@ void tst_WindowHandling::noTwoKeysAreTheSame()
     bench.window().activateWindow();
     QTest::keyClick(bench.window().windowHandle(), Qt::Key_P, Qt::AltModifier);
     QTRY_VERIFY(bench.widget<QComboBox>("Input").hasFocus());
+}
+
+void tst_WindowHandling::theListOfShortcutsIsOrderedAsTheMenus()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    bench.window().select(0, bench.key(0, 0));
+    bench.action(QStringLiteral("Duplicate the layer")).trigger(); // which undo names from now on
+    bench.action(QStringLiteral("Keyboard")).trigger();
+    const QPointer<QDialog> pDialog = bench.window().findChild<QDialog *>();
+    QVERIFY(pDialog);
+    QVERIFY(QTest::qWaitForWindowExposed(pDialog, Patience));
+    // Titles of menus, keys and entries, each on a line of its own.
+    const QStringList lines =
+        pDialog->findChild<QTextBrowser *>()->toPlainText().split(QLatin1Char('\n'));
+    int nLine = -1;
+    for (const char *pLine :
+         {"File", "Save", "Ctrl+Shift+L", "Snapshot of the layer", "Quit", "Edit", "Ctrl+Z", "Undo",
+          "Redo", "Add a layer", "View", "Zoom in", "Alt+4", "Messages", "Device", "Next device",
+          "Help", "F1", "Keyboard"}) {
+        const int nNext = lines.indexOf(QLatin1String(pLine), nLine + 1);
+        QVERIFY2(nNext > nLine, pLine);
+        nLine = nNext;
+    }
+    const auto &close = *pDialog->findChild<QDialogButtonBox *>();
+    QVERIFY(pDialog->rect().contains(close.geometry()));
+    QVERIFY(pDialog->height() <= pDialog->screen()->availableSize().height());
+    QTest::keyClick(pDialog.data(), Qt::Key_Escape);
+    QTRY_VERIFY(!pDialog);
+}
+
+void tst_WindowHandling::aPartsKeyLeadsIntoItAndHidesItFromInside()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    bench.window().select(0, bench.key(0, 0));
+    bench.window().activateWindow();
+    bench.canvas().setFocus();
+    QTRY_VERIFY(bench.canvas().hasFocus());
+    const QList<QDockWidget *> docks = bench.window().findChildren<QDockWidget *>();
+    QCOMPARE(docks.size(), 5);
+    for (QDockWidget *const pDock : docks) {
+        const QAction &entry = *pDock->toggleViewAction();
+        const Qt::Key eKey = Qt::Key(entry.shortcut()[0] & Qt::Key_unknown);
+        const auto press = [&] {
+            QTest::keyClick(bench.window().windowHandle(), eKey, Qt::AltModifier);
+        };
+        const auto isEntered = [pDock] {
+            return !pDock->visibleRegion().isEmpty()
+                && pDock->isAncestorOf(QApplication::focusWidget());
+        };
+        // Also where another one lies over it, or it was closed.
+        for (int nRound = 0; nRound < 2; ++nRound) {
+            press();
+            QTRY_VERIFY2(isEntered(), qPrintable(pDock->objectName()));
+            QVERIFY(entry.isChecked());
+            press();
+            QVERIFY2(!pDock->isVisible(), qPrintable(pDock->objectName()));
+            QVERIFY(!entry.isChecked());
+            QVERIFY(bench.canvas().hasFocus());
+        }
+        pDock->toggleViewAction()->trigger(); // as by a click in the menu
+        QTRY_VERIFY(!pDock->visibleRegion().isEmpty());
+    }
 }
 
 QTEST_MAIN(tst_WindowHandling)

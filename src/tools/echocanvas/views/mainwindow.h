@@ -75,7 +75,6 @@ private:
     void showInputMenu(int nInput, const QPoint &globalPlace);
     void addLayer();
     void duplicateLayer();
-    void showShortcuts();
     void snapshot(const QString &strName, const QImage &picture);
     QImage canvasPicture() const;
 

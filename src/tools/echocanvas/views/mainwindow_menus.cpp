@@ -4,24 +4,21 @@
 #include "canvaspane.h"
 #include "canvasview.h"
 #include "devicebanner.h"
+#include "dockkey.h"
 #include "inspectorsections.h"
 #include "scenefiles.h"
 #include "scenetree.h"
 #include "sessioncontrols.h"
+#include "shortcutlist.h"
 #include "snapshots.h"
 
 #include <QAction>
-#include <QDialog>
-#include <QDialogButtonBox>
 #include <QDockWidget>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QMenuBar>
-#include <QScreen>
 #include <QStatusBar>
-#include <QTextBrowser>
 #include <QToolBar>
-#include <QVBoxLayout>
 
 namespace Morvek::Tools {
 
@@ -30,7 +27,6 @@ namespace {
 constexpr int ToldMs = 8000;
 constexpr QSize NewLayerSize(480, 270);
 constexpr QPoint CopyOffset(40, 40);
-constexpr QSize HelpSize(560, 800);
 
 } // namespace
 
@@ -62,9 +58,8 @@ void MainWindow::buildMenus()
     const QList<QDockWidget *> docks = findChildren<QDockWidget *>();
     int nKey = Qt::Key_1;
     for (QDockWidget *const pDock : docks) {
-        QAction *const pToggle = pDock->toggleViewAction();
-        pToggle->setShortcut(QKeySequence(Qt::ALT | Qt::Key(nKey++)));
-        pView->addAction(pToggle);
+        new DockKey(*pDock, QKeySequence(Qt::ALT | Qt::Key(nKey++)), m_pCanvas->view());
+        pView->addAction(pDock->toggleViewAction());
     }
     auto *const pBar = new QToolBar(QStringLiteral("Device"));
     pBar->setObjectName(QStringLiteral("deviceBar"));
@@ -73,8 +68,9 @@ void MainWindow::buildMenus()
         new SessionControls(m_host, *menuBar()->addMenu(QStringLiteral("&Device")), *pBar);
     connect(m_pDeviceBanner, &DeviceBanner::fileWanted, pControls, &SessionControls::chooseFile);
     QMenu *const pHelp = menuBar()->addMenu(QStringLiteral("&Help"));
-    pHelp->addAction(QStringLiteral("&Keyboard"), this, &MainWindow::showShortcuts,
-                     QKeySequence::HelpContents);
+    pHelp->addAction(
+        QStringLiteral("&Keyboard"), this, [this] { showShortcutList(*menuBar(), this); },
+        QKeySequence::HelpContents);
 }
 
 void MainWindow::buildEditMenu(QMenu &menu)
@@ -84,6 +80,8 @@ void MainWindow::buildEditMenu(QMenu &menu)
     pUndo->setShortcut(QKeySequence::Undo);
     QAction *const pRedo = document.undoStack().createRedoAction(this);
     pRedo->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z));
+    pUndo->setProperty(ListedAs, QStringLiteral("Undo")); // whatever it is about
+    pRedo->setProperty(ListedAs, QStringLiteral("Redo"));
     menu.addActions({pUndo, pRedo});
     menu.addSeparator();
     m_pAddLayer = menu.addAction(QStringLiteral("&Add a layer"), this, &MainWindow::addLayer,
@@ -267,38 +265,6 @@ void MainWindow::showInputMenu(int nInput, const QPoint &globalPlace)
     pOverload->setChecked(input.isOverLoad());
     connect(pOverload, &QAction::toggled, this, [&input](bool isOn) { input.setOverLoad(isOn); });
     pMenu->popup(globalPlace);
-}
-
-void MainWindow::showShortcuts()
-{
-    QStringList rows;
-    const QList<QAction *> actions = findChildren<QAction *>();
-    for (const QAction *const pAction : actions) {
-        if (pAction->shortcut().isEmpty())
-            continue;
-        rows.append(QStringLiteral("<tr><td>%1&nbsp;&nbsp;</td><td>%2</td></tr>")
-                        .arg(pAction->shortcut().toString(QKeySequence::NativeText).toHtmlEscaped(),
-                             pAction->text().remove(QLatin1Char('&')).toHtmlEscaped()));
-    }
-    const QString strCanvas = QStringLiteral(
-        "<p><b>On the canvas:</b> arrow keys move the selected layer by 1 pixel, with Ctrl by 10, "
-        "with Shift they resize it. Page Up and Page Down select another layer, Escape ends a drag "
-        "or the selection. Ctrl and the wheel zoom.</p>"
-        "<p><b>On an input:</b> Enter opens its menu.</p>");
-    // It scrolls: on a small screen, the list is higher than that.
-    auto *const pText = new QTextBrowser;
-    pText->setAccessibleName(QStringLiteral("Shortcuts"));
-    pText->setHtml(QStringLiteral("<table>%1</table>").arg(rows.join(QString())) + strCanvas);
-    auto *const pDialog = new QDialog(this);
-    pDialog->setAttribute(Qt::WA_DeleteOnClose);
-    pDialog->setWindowTitle(QStringLiteral("Keyboard"));
-    auto *const pButtons = new QDialogButtonBox(QDialogButtonBox::Close);
-    connect(pButtons, &QDialogButtonBox::rejected, pDialog, &QDialog::reject);
-    auto *const pLayout = new QVBoxLayout(pDialog);
-    pLayout->addWidget(pText);
-    pLayout->addWidget(pButtons);
-    pDialog->resize(HelpSize.boundedTo(pDialog->screen()->availableSize() * 0.8));
-    pDialog->open();
 }
 
 } // namespace Morvek::Tools
