@@ -9,8 +9,6 @@
 #include <QPushButton>
 #include <QSpinBox>
 
-#include <algorithm>
-
 using namespace Morvek::Tests;
 using namespace Morvek::Tools;
 
@@ -107,7 +105,7 @@ void tst_Window::tellsWhichInputIsDeadAndWhy()
     QVERIFY(wall.tile(3)->reasonText().contains(QStringLiteral("black")));
     QVERIFY(wall.tile(6)->reasonText().contains(QStringLiteral("same picture")));
     QVERIFY(wall.tile(9)->reasonText().contains(QStringLiteral("nothing is connected")));
-    QVERIFY(wall.tile(12)->reasonText().contains(QStringLiteral("more than it can show")));
+    QVERIFY(wall.tile(12)->reasonText().contains(QStringLiteral("more than can be shown")));
     QVERIFY(wall.summary().contains(
         QStringLiteral("input&nbsp;3&nbsp;(black&nbsp;picture), 9&nbsp;(not&nbsp;connected)")));
     QVERIFY(wall.summary().contains(QStringLiteral("input&nbsp;6&nbsp;(same&nbsp;for")));
@@ -147,6 +145,7 @@ void tst_Window::tellsThatTheDeviceIsOffline()
     const LayerKey first = bench.key(0, 0);
     QTRY_VERIFY_WITH_TIMEOUT(isBlack(bench.host().session().preview(first)), Patience);
     QTRY_VERIFY(bench.window().wall().summary().contains(QStringLiteral("all 16 no signal")));
+    QTRY_COMPARE_WITH_TIMEOUT(markOf(bench, 5), QStringLiteral("○ not read"), Patience);
     const DeviceBanner &banner = bench.window().deviceBanner();
     QTRY_VERIFY(banner.isVisible());
     QVERIFY(banner.text().contains(QStringLiteral("offline")));
@@ -170,9 +169,10 @@ void tst_Window::countsDownWhileTheLibraryBacksOff()
     QTRY_VERIFY_WITH_TIMEOUT(bench.host().monitor().deviceStatus().m_nSecondsLeft < nLeft,
                              Patience);
     const auto &state = bench.widget<QLabel>("deviceState");
-    QTRY_VERIFY(state.text().contains(QStringLiteral("next attempt in")));
+    QTRY_VERIFY(state.text().contains(QStringLiteral("no connection, retry in")));
     QVERIFY(state.toolTip().contains(QStringLiteral("Read echo video from")));
     QTRY_COMPARE_WITH_TIMEOUT(tileState(bench, 2), QStringLiteral("◆ stale"), Patience);
+    QTRY_COMPARE_WITH_TIMEOUT(markOf(bench, 2), QStringLiteral("◆ last picture"), Patience);
     bench.takeScreenshot(QStringLiteral("backing-off"));
 
     bench.device().setSilent(false);
@@ -234,14 +234,18 @@ void tst_Window::renderingIsStoppedAndStartedAgain()
     QVERIFY(bench.open());
     QVERIFY(bench.waitUntilLive());
     QSignalSpy previews(&bench.host().session(), &DeviceSession::previewFinished);
+    const DeviceBanner &banner = bench.window().deviceBanner();
     for (const char *pAction : {"Render thread", "Rendering enabled"}) {
         bench.action(QLatin1String(pAction)).trigger();
+        QVERIFY(banner.isVisible());
+        QVERIFY(banner.text().contains(QStringLiteral("The canvas stands still")));
         // What was under way may still come; then nothing does.
         do
             previews.clear();
         while (previews.wait(1000));
-        bench.action(QLatin1String(pAction)).trigger();
+        button(banner, QStringLiteral("Go on rendering")).click();
         QVERIFY(previews.wait(Patience));
+        QVERIFY(!banner.isVisible());
     }
 }
 
@@ -280,16 +284,14 @@ void tst_Window::switchesTheSourceAndBack()
     QTest::keyClick(&source, Qt::Key_End); // the raw file, of which there is none
     QCOMPARE(source.currentData().toString(), QStringLiteral("yuv"));
     QTRY_COMPARE_WITH_TIMEOUT(bench.device().clientCount(), 0, Patience);
-    // The window shows it as the reason only until the reader's own pictures come.
-    const auto cannotOpen = [](const sLogEntry &entry) {
-        return entry.m_strText.contains(QStringLiteral("Cannot open"));
-    };
-    QTRY_VERIFY_WITH_TIMEOUT(
-        [&] {
-            const QList<sLogEntry> entries = bench.host().log().entriesAfter(0);
-            return std::any_of(entries.begin(), entries.end(), cannotOpen);
-        }(),
-        Patience);
+    // The reader's own stripes come in its place, which are no video.
+    QTRY_COMPARE_WITH_TIMEOUT(bench.deviceState(), eDeviceState::MadeUp, Patience);
+    QTRY_COMPARE_WITH_TIMEOUT(tileState(bench, 0), QStringLiteral("? unknown"), Patience);
+    QTRY_COMPARE_WITH_TIMEOUT(markOf(bench, 0), QStringLiteral("▲ no video"), Patience);
+    const DeviceBanner &banner = bench.window().deviceBanner();
+    QTRY_VERIFY(banner.text().contains(QStringLiteral("Cannot open")));
+    QVERIFY(button(banner, QStringLiteral("Choose a file")).isVisible());
+    bench.takeScreenshot(QStringLiteral("no-file"));
     setOnline(bench, false);
     // A file reader whose device is offline does not end; the session sees to it.
     QElapsedTimer clock;

@@ -11,6 +11,8 @@
 #include <QTimer>
 #include <QWindow>
 
+#include <sys/stat.h>
+
 using namespace Morvek::Tests;
 using namespace Morvek::Tools;
 
@@ -38,6 +40,33 @@ void answerNextQuestion(QMessageBox::StandardButton eAnswer, bool *pIsAsked)
     pTimer->start(20);
 }
 
+QByteArray text(const QString &strFile)
+{
+    QFile file(strFile);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/** Saves, and clicks this button where there is a question. @return whether there was one */
+bool answeredSave(WindowBench &bench, const QString &strButton)
+{
+    bool isAsked = false;
+    QTimer answering; // as above
+    QObject::connect(&answering, &QTimer::timeout, &answering, [&] {
+        auto *const pBox = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        if (!pBox || !pBox->windowHandle() || !pBox->windowHandle()->isExposed())
+            return;
+        isAsked = true;
+        const QList<QAbstractButton *> buttons = pBox->buttons();
+        for (QAbstractButton *const pButton : buttons) {
+            if (pButton->text().remove(QLatin1Char('&')) == strButton)
+                pButton->click();
+        }
+    });
+    answering.start(20);
+    bench.action(QStringLiteral("Save")).trigger();
+    return isAsked;
+}
+
 } // namespace
 
 class tst_WindowFiles : public WindowTest
@@ -50,6 +79,8 @@ private Q_SLOTS:
     void aBrokenFileKeepsTheLastGoodScene();
     void aChangedFileIsShownAtOnce();
     void aChangedFileDoesNotTakeEditsAway();
+    void whatAnotherHasWrittenIsNotReplacedUnasked();
+    void aPipeIsNoSceneAndBlocksNothing();
     void unsavedChangesAreAskedAbout();
     void recentFilesAreOffered();
 
@@ -143,6 +174,43 @@ void tst_WindowFiles::aChangedFileDoesNotTakeEditsAway()
     Q_EMIT banner.accepted(); // as its button does
     QCOMPARE(bench.host().document().scene().m_screens[0].m_layers.size(), 13);
     QVERIFY(!bench.window().isWindowModified());
+}
+
+void tst_WindowFiles::whatAnotherHasWrittenIsNotReplacedUnasked()
+{
+    const QString strFile = sceneFile(QStringLiteral("theirs.json"));
+    WindowBench bench(strFile);
+    QVERIFY(bench.open());
+    bench.window().select(0, bench.key(0, 2));
+    bench.action(QStringLiteral("Remove the layer")).trigger();
+    const QByteArray theirs = builtInSceneText() + '\n';
+    QVERIFY(write(strFile, theirs));
+    MessageBanner &banner = bench.window().banner();
+    QTRY_VERIFY_WITH_TIMEOUT(banner.isVisible(), Patience);
+    QCOMPARE(answeredSave(bench, QStringLiteral("Cancel")), true);
+    QCOMPARE(text(strFile), theirs);
+    QVERIFY(bench.window().isWindowModified());
+    QCOMPARE(answeredSave(bench, QStringLiteral("Overwrite")), true);
+    QVERIFY(text(strFile) != theirs);
+    QVERIFY(!bench.window().isWindowModified());
+    QVERIFY(!banner.isVisible());
+    // It is settled with that.
+    QCOMPARE(answeredSave(bench, QStringLiteral("Cancel")), false);
+    // A broken file is somebody's too.
+    QVERIFY(write(strFile, "{"));
+    QTRY_VERIFY_WITH_TIMEOUT(banner.isVisible(), Patience);
+    QCOMPARE(answeredSave(bench, QStringLiteral("Cancel")), true);
+    QCOMPARE(text(strFile), QByteArray("{"));
+}
+
+void tst_WindowFiles::aPipeIsNoSceneAndBlocksNothing()
+{
+    WindowBench bench;
+    QVERIFY(bench.open());
+    const QString strPipe = m_folder.filePath(QStringLiteral("pipe.json"));
+    QCOMPARE(mkfifo(QFile::encodeName(strPipe).constData(), 0600), 0);
+    QVERIFY(!bench.window().files().open(strPipe));
+    QVERIFY(bench.window().banner().text().contains(QStringLiteral("expected a file")));
 }
 
 void tst_WindowFiles::unsavedChangesAreAskedAbout()

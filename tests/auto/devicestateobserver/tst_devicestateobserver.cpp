@@ -192,8 +192,13 @@ void tst_DeviceStateObserver::aFileThatCannotBePlayedStaysTold()
     DeviceStateObserver observer = reading();
     observer.addLog(warning(QStringLiteral("Cannot open /a.yuv for reading: No such file"), Start));
     observer.addPicture(Start + 100);
-    QCOMPARE(observer.status(Start + 100).m_eState, eDeviceState::Streaming);
+    // Stripes come, and go on coming, but are no video.
+    QCOMPARE(observer.status(Start + 100).m_eState, eDeviceState::MadeUp);
     QVERIFY(observer.status(Start + 100).m_strReason.contains(QStringLiteral("/a.yuv")));
+    QCOMPARE(observer.status(Start + 9000).m_eState, eDeviceState::MadeUp);
+    observer.restart(Start + 10000); // another file, or another source
+    observer.addPicture(Start + 10100);
+    QCOMPARE(observer.status(Start + 10100).m_eState, eDeviceState::Streaming);
 }
 
 void tst_DeviceStateObserver::framesAreCountedAndMissed()

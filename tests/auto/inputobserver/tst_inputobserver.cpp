@@ -39,6 +39,8 @@ private Q_SLOTS:
     void everyStateIsReachedFromEveryOther();
     void theDeviceModelGoesFirst();
     void whatTheHostAskedForIsNoFault();
+    void stripesOfTheLibraryAreNoVideo();
+    void blackBeforeTheFirstPictureTellsNothing();
     void placeholdersAreNoPictures();
     void theRateIsOfChanges();
 };
@@ -166,7 +168,7 @@ void tst_InputObserver::theDeviceModelGoesFirst()
     look.m_isOverloaded = true;
     observer.look(look);
     QCOMPARE(observer.status().m_eState, eInputState::Overloaded);
-    look.m_isOnline = false;
+    look.m_eDevice = eDeviceState::Offline;
     observer.look(look);
     QCOMPARE(observer.status().m_eState, eInputState::NoSignal);
     QCOMPARE(observer.status().m_strBrief, QStringLiteral("device offline"));
@@ -178,14 +180,21 @@ void tst_InputObserver::whatTheHostAskedForIsNoFault()
     observer.look(lookAt(picture(Qt::red), 0));
     observer.look(lookAt(picture(Qt::green), 1000));
     sInputLook paused = lookAt(picture(Qt::green), 4000);
-    paused.m_eReading = eReading::Paused;
+    paused.m_eDevice = eDeviceState::Paused;
     observer.look(paused);
     QCOMPARE(observer.status().m_eState, eInputState::Stale);
     QCOMPARE(observer.status().m_strBrief, QStringLiteral("reading paused"));
     QVERIFY(!observer.status().m_strReason.contains(QStringLiteral("hangs")));
+    // Nor is what a device's connection has done.
+    for (eDeviceState eDevice : {eDeviceState::BackingOff, eDeviceState::Connecting}) {
+        paused.m_eDevice = eDevice;
+        observer.look(paused);
+        QCOMPARE(observer.status().m_eState, eInputState::Stale);
+        QCOMPARE(observer.status().m_strBrief, QStringLiteral("no connection"));
+    }
     // An ended reader leaves black behind, which is not the device's.
     sInputLook stopped = lookAt(picture(Qt::black), 5000);
-    stopped.m_eReading = eReading::Stopped;
+    stopped.m_eDevice = eDeviceState::Stopped;
     observer.look(stopped);
     QCOMPARE(observer.status().m_eState, eInputState::Unknown);
     QCOMPARE(observer.status().m_strBrief, QStringLiteral("not read"));
@@ -194,6 +203,30 @@ void tst_InputObserver::whatTheHostAskedForIsNoFault()
     QCOMPARE(observer.status().m_eState, eInputState::NoSignal);
     observer.look(lookAt(picture(Qt::black), 6000));
     QCOMPARE(observer.status().m_strBrief, QStringLiteral("black picture"));
+}
+
+void tst_InputObserver::stripesOfTheLibraryAreNoVideo()
+{
+    InputObserver observer;
+    observer.look(lookAt(picture(Qt::red), 0));
+    sInputLook stripes = lookAt(picture(Qt::green), 1000);
+    stripes.m_eDevice = eDeviceState::MadeUp;
+    observer.look(stripes);
+    QCOMPARE(observer.status().m_eState, eInputState::Unknown);
+    QCOMPARE(observer.status().m_strBrief, QStringLiteral("no video"));
+}
+
+void tst_InputObserver::blackBeforeTheFirstPictureTellsNothing()
+{
+    InputObserver observer;
+    sInputLook black = lookAt(picture(Qt::black), 0);
+    black.m_eDevice = eDeviceState::Connecting;
+    observer.look(black);
+    QCOMPARE(observer.status().m_eState, eInputState::Unknown);
+    QCOMPARE(observer.status().m_strBrief, QStringLiteral("nothing yet"));
+    black.m_eDevice = eDeviceState::Streaming;
+    observer.look(black);
+    QCOMPARE(observer.status().m_eState, eInputState::NoSignal);
 }
 
 void tst_InputObserver::placeholdersAreNoPictures()

@@ -207,6 +207,7 @@ void DeviceSession::resumeReader()
 {
     if (!m_isStarted)
         return;
+    Q_EMIT readingRestarted(); // before the reader can say anything
     PixmapReader *const pService = PixmapReader::instance();
     if (m_eReading == eReading::Reading)
         pService->restartRead();
@@ -215,7 +216,6 @@ void DeviceSession::resumeReader()
     else
         endReader(); // another device, or one that came online, starts a reader by itself
     wakeRenderer();
-    Q_EMIT readingRestarted();
 }
 
 bool DeviceSession::setRendering(bool isRendering)

@@ -103,7 +103,7 @@ Q_SIGNALS:
     void previewFinished(Morvek::EchoVideo::sLayerUniqueIdentifies layer);
     /** Something that this class answers questions about has changed. */
     void changed();
-    /** The library was asked to read anew: what it logged before no longer counts. */
+    /** The library is about to be asked to read anew: what it logged before no longer counts. */
     void readingRestarted();
 
 private:

@@ -10,6 +10,12 @@ bool saysReadFailed(const QString &strText)
         && strText.contains(QLatin1String("timeout."));
 }
 
+/** A reader whose file cannot be opened shows moving stripes, which are pictures all the same. */
+bool saysFileIsMissing(const QString &strText)
+{
+    return strText.startsWith(QLatin1String("Cannot open"));
+}
+
 /** Whether a line is about the way from the device to here. */
 bool concernsDevice(const sLogEntry &entry)
 {
@@ -57,8 +63,7 @@ void DeviceStateObserver::addPicture(qint64 nNowMs)
         return;
     m_nPictureMs = nNowMs;
     m_nBackOffMs = 0;
-    // A file that cannot be played shows moving stripes, which are pictures all the same.
-    if (!m_strReason.startsWith(QLatin1String("Cannot")))
+    if (!saysFileIsMissing(m_strReason))
         m_strReason.clear();
 }
 
@@ -86,6 +91,8 @@ sDeviceStatus DeviceStateObserver::readingStatus(qint64 nNowMs) const
         status.m_nSecondsLeft = int((nLeftMs + 999) / 1000);
     } else if (m_nPictureMs == 0) {
         status.m_eState = eDeviceState::Connecting;
+    } else if (saysFileIsMissing(m_strReason)) {
+        status.m_eState = eDeviceState::MadeUp;
     } else if (nNowMs - m_nPictureMs >= SilentAfterMs) {
         status.m_eState = eDeviceState::Silent;
     } else {

@@ -16,6 +16,7 @@ enum class eDeviceState {
     Paused,     ///< the same, for a while
     Connecting, ///< no picture has come yet
     Streaming,  ///< pictures come
+    MadeUp,     ///< a file cannot be played: what comes are stripes of the library's own
     Silent,     ///< the same picture for a while; nothing was logged about it
     BackingOff  ///< the library waits before it connects again
 };

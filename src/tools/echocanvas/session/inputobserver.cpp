@@ -90,49 +90,72 @@ bool InputObserver::look(const sInputLook &look)
 
 void InputObserver::judge(const sInputLook &look)
 {
-    if (!look.m_isOnline)
+    if (look.m_eDevice == eDeviceState::Offline)
         setState(eInputState::NoSignal, QStringLiteral("device offline"),
                  QStringLiteral("The device is offline."));
     else if (look.m_isOverloaded)
         setState(
             eInputState::Overloaded, QStringLiteral("too strong"),
-            QStringLiteral("The device says that the signal is more than it can show: lower the "
-                           "output of the source."));
+            QStringLiteral("The device model says that the signal is more than can be shown: lower "
+                           "the output of the source."));
     else if (!look.m_isActive)
         setState(eInputState::NoSignal, QStringLiteral("not connected"),
-                 QStringLiteral("The device says that nothing is connected: look at the cable."));
-    else if (look.m_eReading == eReading::Stopped)
+                 QStringLiteral("The device model says that nothing is connected: look at the "
+                                "cable."));
+    else if (look.m_eDevice == eDeviceState::Stopped)
         // The pictures that a reader leaves behind when it ends are black.
         setState(eInputState::Unknown, QStringLiteral("not read"),
                  QStringLiteral("Reading is stopped, so nothing is known of its picture."));
+    else if (look.m_eDevice == eDeviceState::MadeUp)
+        setState(eInputState::Unknown, QStringLiteral("no video"),
+                 QStringLiteral("The file cannot be played: these stripes are the library's own."));
     else if (!look.m_isKnown || m_picture.isNull())
         setState(eInputState::Unknown, QStringLiteral("no picture yet"),
                  QStringLiteral("No picture has come yet."));
     else if (m_isBlack)
+        judgeBlack(look);
+    else
+        judgePicture(look);
+}
+
+/** Before the first picture of a device, the library hands out black too. */
+void InputObserver::judgeBlack(const sInputLook &look)
+{
+    if (look.m_eDevice == eDeviceState::Connecting)
+        setState(eInputState::Unknown, QStringLiteral("nothing yet"),
+                 QStringLiteral("Nothing but black since reading began: no picture has come, or no "
+                                "signal."));
+    else
         setState(
             eInputState::NoSignal, QStringLiteral("black picture"),
             QStringLiteral("Its part of the echo video is black: no signal, or a source that shows "
                            "black."));
-    else
-        judgePicture(look);
 }
 
 void InputObserver::judgePicture(const sInputLook &look)
 {
     const qint64 nUnchangedMs = look.m_nNowMs - m_nChangedMs;
-    if (nUnchangedMs >= StaleAfterMs && look.m_eReading == eReading::Paused)
-        setState(eInputState::Stale, QStringLiteral("reading paused"),
-                 QStringLiteral("Reading is paused: this is the last picture, of %1 ago.")
-                     .arg(secondsText(nUnchangedMs)));
-    else if (nUnchangedMs >= StaleAfterMs)
-        setState(eInputState::Stale, QStringLiteral("same for %1").arg(secondsText(nUnchangedMs)),
-                 QStringLiteral("The same picture for %1: a still picture, or it hangs.")
-                     .arg(secondsText(nUnchangedMs)));
-    else if (!m_hasChanged)
+    const QString strSince = secondsText(nUnchangedMs);
+    const bool isOut =
+        look.m_eDevice == eDeviceState::BackingOff || look.m_eDevice == eDeviceState::Connecting;
+    if (nUnchangedMs < StaleAfterMs && m_hasChanged)
+        setState(eInputState::Live, QString(), QStringLiteral("Its picture changes."));
+    else if (nUnchangedMs < StaleAfterMs)
         setState(eInputState::Unknown, QStringLiteral("waiting"),
                  QStringLiteral("Waiting whether its picture changes."));
+    else if (look.m_eDevice == eDeviceState::Paused)
+        setState(eInputState::Stale, QStringLiteral("reading paused"),
+                 QStringLiteral("Reading is paused: this is the last picture, of %1 ago.")
+                     .arg(strSince));
+    else if (isOut)
+        setState(eInputState::Stale, QStringLiteral("no connection"),
+                 QStringLiteral("Nothing comes from the device: this is its last picture, of %1 "
+                                "ago.")
+                     .arg(strSince));
     else
-        setState(eInputState::Live, QString(), QStringLiteral("Its picture changes."));
+        setState(
+            eInputState::Stale, QStringLiteral("same for %1").arg(strSince),
+            QStringLiteral("The same picture for %1: a still picture, or it hangs.").arg(strSince));
 }
 
 void InputObserver::setState(eInputState eState, const QString &strBrief, const QString &strReason)

@@ -1,7 +1,7 @@
 #ifndef MORVEK_ECHOCANVAS_INPUTOBSERVER_H
 #define MORVEK_ECHOCANVAS_INPUTOBSERVER_H
 
-#include "devicesession.h"
+#include "devicestateobserver.h"
 
 #include <QImage>
 #include <QString>
@@ -27,10 +27,9 @@ struct sInputLook
     qint64 m_nNowMs = 0;    ///< on any clock that does not jump
     bool m_isKnown = false; ///< the library's result
     QImage m_picture;
-    bool m_isActive = true;                  ///< as the device model says
-    bool m_isOverloaded = false;             ///< as the device model says
-    bool m_isOnline = true;                  ///< whether the device can be reached
-    eReading m_eReading = eReading::Reading; ///< what the host has asked for
+    bool m_isActive = true;      ///< as the device model says
+    bool m_isOverloaded = false; ///< as the device model says
+    eDeviceState m_eDevice = eDeviceState::Streaming;
 };
 
 /** An input's state, with everything that explains it. */
@@ -69,6 +68,7 @@ public:
 
 private:
     void judge(const sInputLook &look);
+    void judgeBlack(const sInputLook &look);
     void judgePicture(const sInputLook &look);
     void setState(eInputState eState, const QString &strBrief, const QString &strReason);
 

@@ -52,6 +52,7 @@ void SessionMonitor::slotTick()
 void SessionMonitor::look()
 {
     m_nLookedMs = m_clock.elapsed();
+    m_hasNewPicture = false;
     for (int nInput = 0; nInput < inputCount(); ++nInput)
         lookAt(nInput, m_nLookedMs);
     Q_EMIT looked();
@@ -66,21 +67,21 @@ void SessionMonitor::lookAt(int nInput, qint64 nNowMs)
     look.m_isKnown = m_session.inputPicture(nInput, look.m_picture);
     look.m_isActive = modelInput.isActive();
     look.m_isOverloaded = modelInput.isOverLoad();
-    look.m_isOnline = m_session.device().m_isOnline;
-    look.m_eReading = m_session.reading();
+    look.m_eDevice = deviceStatus().m_eState;
     const bool isNew = input.m_observer.look(look);
     if (!isNew)
         return;
-    const bool isFirstWithNews = isProbe(nInput);
-    if (isFirstWithNews) {
+    // However many inputs show something new, it is one picture of the device.
+    if (!m_hasNewPicture) {
+        m_hasNewPicture = true;
         ++m_nPictures;
         m_device.addPicture(steadyMs());
     }
-    if (nNowMs - input.m_nStampMs >= StampIntervalMs || (isFirstWithNews && input.m_hasStamp))
+    if (nNowMs - input.m_nStampMs >= StampIntervalMs || (isProbe(nInput) && input.m_hasStamp))
         readStamp(input, nInput, nNowMs);
 }
 
-/** Whether an input is the first that is live: pictures are counted by one input alone. */
+/** Whether an input is the first that is live: frame numbers are followed by one input alone. */
 bool SessionMonitor::isProbe(int nInput) const
 {
     for (int nBefore = 0; nBefore < nInput; ++nBefore) {
@@ -125,7 +126,6 @@ void SessionMonitor::followSession()
     m_inputs = std::vector<sInput>(std::size_t(m_session.inputCount()));
     m_frames = FrameCounter();
     m_nDroppedAtSample = 0;
-    m_device.restart(steadyMs());
 }
 
 void SessionMonitor::sample()

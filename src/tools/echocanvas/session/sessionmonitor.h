@@ -92,7 +92,8 @@ private:
     QTimer m_sampling;
     QElapsedTimer m_clock;
     qint64 m_nLookedMs = -1000;
-    int m_nPictures = 0; // since the last sample, as are those below
+    bool m_hasNewPicture = false; // at this look
+    int m_nPictures = 0;          // since the last sample, as are those below
     int m_nPreviews = 0;
     qint64 m_nDroppedAtSample = 0;
     qint64 m_nSampledMs = 0;

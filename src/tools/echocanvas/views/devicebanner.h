@@ -6,11 +6,13 @@
 
 #include <QElapsedTimer>
 
+#include <functional>
+
 namespace Morvek::Tools {
 
 /**
  * Says above the canvas why its pictures are not live, and offers what would change that. Hidden
- * while the device streams, and where it was dismissed until the device's state is another one.
+ * while all is well, and where it was dismissed until something else is to be said.
  *
  * @thread main
  */
@@ -22,16 +24,33 @@ public:
     /** @param host  must outlive the banner */
     explicit DeviceBanner(WindowHost &host, QWidget *pParent = nullptr);
 
+Q_SIGNALS:
+    /** The user wants to choose the raw file that is played. */
+    void fileWanted();
+
 private:
+    /** What is to be said, and what the button does. */
+    struct sNotice
+    {
+        int m_nTopic = 0; // 0: nothing; a notice that was dismissed is of one topic
+        QString m_strSign;
+        QString m_strTitle;
+        QStringList m_lines;
+        QString m_strAction;
+        std::function<void()> m_act;
+    };
+
     void refresh();
-    bool needsWords(const sDeviceStatus &status) const;
-    void act();
+    sNotice noticeOf(const sDeviceStatus &status) const;
+    sNotice deviceNotice(const sDeviceStatus &status) const;
+    sNotice renderingNotice() const;
 
     WindowHost &m_host;
+    const std::function<void()> m_chooseFile;
     eDeviceState m_eState = eDeviceState::Streaming; // at the last look
     QElapsedTimer m_sinceState;                      // since when it has been so
-    bool m_isDismissed = false;                      // in this state
-    QString m_strShown;
+    sNotice m_shown;
+    int m_nDismissed = 0; // topic
 };
 
 } // namespace Morvek::Tools

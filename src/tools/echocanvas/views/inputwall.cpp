@@ -92,16 +92,9 @@ QString InputWall::deviceSummary() const
     if (status.m_eState == eDeviceState::Streaming && status.m_strReason.isEmpty())
         return QString();
     const sStateLook look = lookOf(status, palette());
-    const QString strReason =
-        status.m_strReason.isEmpty()
-            ? QString()
-            : QStringLiteral(" (") + status.m_strReason.toHtmlEscaped() + QLatin1Char(')');
-    const QString strWay = status.m_eState == eDeviceState::BackingOff
-                             ? QStringLiteral(" F9 reconnects now.")
-                             : QString();
-    return QStringLiteral("<span style=\"color:%1\"><b>%2 Device %3</b></span>")
-               .arg(look.m_color.name(), look.m_strSign, look.m_strWord)
-         + strReason + strWay + QStringLiteral("<br>");
+    // The rest stands in the banner above the canvas.
+    return QStringLiteral("<span style=\"color:%1\"><b>%2 %3</b></span><br>")
+        .arg(look.m_color.name(), look.m_strSign, look.m_strWord);
 }
 
 /** How many inputs are in a state, and, but for those that are well, which and why. */

@@ -15,11 +15,34 @@ QPalette markPalette()
     return QPalette(QColor(Qt::black));
 }
 
-/** An input of which nothing is known yet is no news: that is so whenever reading begins. */
-bool needsMark(eInputState eState)
+/** What stands between the device and all layers alike is said above the canvas, and here in short. */
+QString markText(const sInputStatus &status, int nInput, eDeviceState eDevice,
+                 const QString &strSign)
 {
-    return eState == eInputState::NoSignal || eState == eInputState::Overloaded
-        || eState == eInputState::Stale;
+    const bool isStale = status.m_eState == eInputState::Stale;
+    if (eDevice == eDeviceState::Offline || eDevice == eDeviceState::Stopped)
+        return QStringLiteral("○ not read");
+    if (eDevice == eDeviceState::MadeUp)
+        return QStringLiteral("▲ no video");
+    if (isStale && eDevice != eDeviceState::Streaming)
+        return strSign + QStringLiteral(" last picture");
+    // An input of which nothing is known yet is no news: that is so whenever reading begins.
+    if (status.m_eState == eInputState::Live || status.m_eState == eInputState::Unknown)
+        return QString();
+    return QStringLiteral("%1 Input %2: %3 (%4)")
+        .arg(strSign, QString::number(nInput), lookOf(status.m_eState, markPalette()).m_strWord,
+             status.m_strBrief);
+}
+
+sLayerMark markOfInput(const sInputStatus &status, int nInput, eDeviceState eDevice)
+{
+    const sStateLook look = lookOf(status.m_eState, markPalette());
+    sLayerMark mark;
+    mark.m_strText = markText(status, nInput, eDevice, look.m_strSign);
+    mark.m_color = look.m_color;
+    mark.m_strTip = QStringLiteral("Input %1 is %2. %3")
+                        .arg(QString::number(nInput), look.m_strWord, status.m_strReason);
+    return mark;
 }
 
 } // namespace
@@ -27,25 +50,18 @@ bool needsMark(eInputState eState)
 sLayerMark markOf(const sSceneLayer &layer, const SessionMonitor &monitor)
 {
     sLayerMark mark;
-    QStringList lines{layer.m_strName};
     if (!layer.hasSource()) {
-        lines.append(QStringLiteral("Shows a colour, no input."));
+        mark.m_strTip = QStringLiteral("Shows a colour, no input.");
     } else if (layer.input() >= monitor.inputCount()) {
         const sStateLook look = lookOf(eInputState::NoSignal, markPalette());
         mark.m_strText = QStringLiteral("%1 no input %2").arg(look.m_strSign).arg(layer.input());
         mark.m_color = look.m_color;
-        lines.append(QStringLiteral("The device has no input %1.").arg(layer.input()));
+        mark.m_strTip = QStringLiteral("The device has no input %1.").arg(layer.input());
     } else {
-        const sInputStatus status = monitor.input(layer.input()).status();
-        const sStateLook look = lookOf(status.m_eState, markPalette());
-        if (needsMark(status.m_eState))
-            mark.m_strText = QStringLiteral("%1 Input %2: %3 (%4)")
-                                 .arg(look.m_strSign, QString::number(layer.input()),
-                                      look.m_strWord, status.m_strBrief);
-        mark.m_color = look.m_color;
-        lines.append(QStringLiteral("Input %1 is %2. %3")
-                         .arg(QString::number(layer.input()), look.m_strWord, status.m_strReason));
+        mark = markOfInput(monitor.input(layer.input()).status(), layer.input(),
+                           monitor.deviceStatus().m_eState);
     }
+    QStringList lines{layer.m_strName, mark.m_strTip};
     if (layer.m_config.m_LayerItem.m_isFrozen)
         lines.append(QStringLiteral("Frozen: the device holds this layer's picture, which the mark "
                                     "in the lower right corner says; the preview goes on."));

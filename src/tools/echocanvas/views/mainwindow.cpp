@@ -66,6 +66,8 @@ void MainWindow::buildCanvas()
     m_pCanvas = new CanvasPane;
     pLayout->addWidget(m_pCanvas, 1);
     setCentralWidget(pCentral);
+    statusBar()->addPermanentWidget(
+        new QLabel(QStringLiteral("Preview only: nothing is sent to the device")));
     m_pZoom = new QLabel;
     m_pZoom->setToolTip(QStringLiteral("Zoom of the canvas"));
     statusBar()->addPermanentWidget(m_pZoom);

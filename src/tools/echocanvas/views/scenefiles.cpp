@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPushButton>
 
 namespace Morvek::Tools {
 
@@ -16,6 +17,12 @@ namespace {
 QString filter()
 {
     return QStringLiteral("Scenes (*.json);;All files (*)");
+}
+
+/** What a menu shows as it is, and does not take for a mnemonic. */
+QString literal(QString strText)
+{
+    return strText.replace(QLatin1Char('&'), QStringLiteral("&&"));
 }
 
 } // namespace
@@ -60,17 +67,24 @@ void SceneFiles::addActions(QMenu &menu)
 
 bool SceneFiles::open(const QString &strFileName)
 {
+    const QString strFormer = m_watcher.fileName();
+    m_watcher.watch(strFileName); // first, so that no change is missed while it is read
     QStringList problems;
-    const std::optional<sScene> scene = readSceneFile(strFileName, problems);
+    std::optional<sScene> scene;
+    if (QFileInfo::exists(strFileName) && !QFileInfo(strFileName).isFile())
+        problems.append(QStringLiteral("%1: expected a file").arg(strFileName)); // a pipe may block
+    else
+        scene = readSceneFile(strFileName, problems);
     if (!scene) {
+        m_watcher.watch(strFormer);
         m_banner.tell(QStringLiteral("%1 is no scene; the present one stays")
                           .arg(QFileInfo(strFileName).fileName()),
                       problems, QString());
         return false;
     }
     m_banner.hide();
+    m_isOtherOnDisk = false;
     m_host.setScene(*scene, strFileName);
-    m_watcher.watch(strFileName);
     if (!strFileName.isEmpty())
         m_recentFiles.add(strFileName);
     return true;
@@ -105,7 +119,24 @@ bool SceneFiles::save()
 {
     finishEdit();
     const QString strFile = m_host.document().fileName();
-    return strFile.isEmpty() ? askAndSave() : saveAs(strFile);
+    if (strFile.isEmpty())
+        return askAndSave();
+    if (!m_isOtherOnDisk || !QFileInfo::exists(strFile))
+        return saveAs(strFile);
+    QMessageBox box(QMessageBox::Warning, QStringLiteral("The file has changed"),
+                    QStringLiteral("%1 has changed on disk since it was read; what is there now "
+                                   "would be lost.")
+                        .arg(m_host.document().title()),
+                    QMessageBox::Cancel, &m_window);
+    const QPushButton *const pOverwrite =
+        box.addButton(QStringLiteral("&Overwrite"), QMessageBox::DestructiveRole);
+    const QPushButton *const pElsewhere =
+        box.addButton(QStringLiteral("Save &as…"), QMessageBox::AcceptRole);
+    box.setDefaultButton(QMessageBox::Cancel);
+    box.exec();
+    if (box.clickedButton() == pOverwrite)
+        return saveAs(strFile);
+    return box.clickedButton() == pElsewhere && askAndSave();
 }
 
 bool SceneFiles::askAndSave()
@@ -124,6 +155,8 @@ bool SceneFiles::saveAs(const QString &strFileName)
         return false;
     }
     m_banner.hide(); // which may tell of a file that is no longer so
+    m_isOtherOnDisk = false;
+    Q_EMIT told(QStringLiteral("Saved %1").arg(strFileName));
     m_watcher.watch(strFileName);
     m_recentFiles.add(strFileName);
     return true;
@@ -154,7 +187,7 @@ void SceneFiles::fillRecentMenu()
     m_pRecentMenu->clear();
     const QStringList files = m_recentFiles.files();
     for (const QString &strFile : files) {
-        m_pRecentMenu->addAction(strFile, this, [this, strFile] {
+        m_pRecentMenu->addAction(literal(strFile), this, [this, strFile] {
             if (!mayDiscard())
                 return;
             if (!open(strFile) && !QFileInfo::exists(strFile))
@@ -169,6 +202,7 @@ void SceneFiles::fillRecentMenu()
 void SceneFiles::slotFileChanged(const sScene &scene)
 {
     if (m_host.document().isModified()) {
+        m_isOtherOnDisk = true;
         m_banner.tell(QStringLiteral("%1 has changed on disk, and here are changes that are not "
                                      "saved")
                           .arg(m_host.document().title()),
@@ -176,16 +210,20 @@ void SceneFiles::slotFileChanged(const sScene &scene)
         return;
     }
     m_banner.hide();
+    m_isOtherOnDisk = false;
     m_host.setScene(scene, m_host.document().fileName());
+    Q_EMIT told(QStringLiteral("%1 has changed on disk and is shown as it is now; undo begins anew")
+                    .arg(m_host.document().title()));
 }
 
 void SceneFiles::slotFileBroken(const QStringList &problems)
 {
+    m_isOtherOnDisk = true;
     QStringList lines = problems;
     lines.append(
         m_host.document().isModified()
             ? QStringLiteral("The last good scene stays, with the changes made here, which "
-                             "are not saved. Saving replaces the broken file.")
+                             "are not saved. Saving asks before it replaces the broken file.")
             : QStringLiteral("The last good scene stays. The file is read again as soon as "
                              "it changes."));
     m_banner.tell(QStringLiteral("%1 has changed and is broken").arg(m_host.document().title()),

@@ -27,9 +27,14 @@ public:
 
     /** Opens a file; what is wrong with it is told, and the present scene stays. */
     bool open(const QString &strFileName);
+    /** Saves, and asks before it replaces what somebody else has written meanwhile. */
     bool save();
     /** Asks what to do with edits that are not saved. @return false to stay */
     bool mayDiscard();
+
+Q_SIGNALS:
+    /** What was done, for the status bar. */
+    void told(const QString &strText);
 
 private:
     void addActions(QMenu &menu);
@@ -48,6 +53,7 @@ private:
     MessageBanner &m_banner;
     QWidget &m_window;
     SceneWatcher m_watcher;
+    bool m_isOtherOnDisk = false; // than what is shown here, and than what was once read
     QMenu *m_pRecentMenu = nullptr;
     QAction *m_pReload = nullptr;
 };

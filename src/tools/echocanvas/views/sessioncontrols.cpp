@@ -6,6 +6,7 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QComboBox>
+#include <QFileDialog>
 #include <QLabel>
 #include <QMenu>
 #include <QSignalBlocker>
@@ -33,6 +34,29 @@ QAction *addAction(QMenu &menu, const char *pText, const QKeySequence &keys, con
     pAction->setShortcut(keys);
     setTip(*pAction, pTip);
     return pAction;
+}
+
+QString sourceTip(const sSceneDevice &device)
+{
+    const QString strTip = QStringLiteral(
+        "How the echo video arrives: over the network, through the capture library's shared "
+        "memory, or from a raw file");
+    if (device.m_strFile.isEmpty())
+        return strTip;
+    return strTip + QStringLiteral("\nRaw file: ") + device.m_strFile;
+}
+
+/** Of any state, so that no button moves away under the pointer when the state changes. */
+int widestStatus(const QLabel &label)
+{
+    sDeviceStatus status;
+    status.m_eState = eDeviceState::BackingOff;
+    status.m_nSecondsLeft = 60;
+    const sStateLook look = lookOf(status, label.palette());
+    QFont bold = label.font();
+    bold.setBold(true);
+    const QString strText = look.m_strSign + QLatin1Char(' ') + look.m_strWord;
+    return QFontMetrics(bold).horizontalAdvance(strText) + 3 * label.margin();
 }
 
 QLabel *caption(const char *pText, QWidget *pBuddy)
@@ -78,7 +102,28 @@ void SessionControls::addActions(QMenu &menu)
         const int nDevices = m_host.document().scene().devices().size();
         m_host.session().setActiveDevice((m_host.session().activeDevice() + 1) % nDevices);
     });
+    QAction *const pFile = addAction(menu, "Play a raw &file…", Qt::CTRL | Qt::Key_R,
+                                     "Reads a raw YUV file in the place of the device");
+    connect(pFile, &QAction::triggered, this, &SessionControls::chooseFile);
     menu.addSeparator();
+}
+
+void SessionControls::chooseFile()
+{
+    const QString strFile =
+        QFileDialog::getOpenFileName(m_pStatus->window(), QStringLiteral("Play a raw file"),
+                                     m_host.session().device().m_settings.m_strFile,
+                                     QStringLiteral("Raw YUV files (*.yuv);;All files (*)"));
+    if (!strFile.isEmpty())
+        playFile(strFile);
+}
+
+void SessionControls::playFile(const QString &strFileName)
+{
+    editDevice([&](sSceneDevice &device) {
+        device.m_strFile = strFileName;
+        device.m_eSourceType = BizModel::s_EchoVideoConfig::LocalFile;
+    });
 }
 
 void SessionControls::addReadingActions(QMenu &menu)
@@ -87,7 +132,7 @@ void SessionControls::addReadingActions(QMenu &menu)
     m_pPause =
         addAction(menu, "&Pause reading", Qt::Key_F8, "Pauses reading; the last pictures stay");
     m_pStop = addAction(menu, "&Stop reading", Qt::SHIFT | Qt::Key_F8,
-                        "Ends the reader; the last pictures stay");
+                        "Ends the reader; layers and inputs show no video any more");
     auto *const pGroup = new QActionGroup(this);
     const QList<QPair<QAction *, eReading>> actions{
         {m_pRead, eReading::Reading}, {m_pPause, eReading::Paused}, {m_pStop, eReading::Stopped}};
@@ -99,7 +144,7 @@ void SessionControls::addReadingActions(QMenu &menu)
                 [this, eWanted] { m_host.session().setReading(eWanted); });
     }
     m_pReconnect = addAction(menu, "Reconnect no&w", Qt::Key_F9,
-                             "Pauses and resumes, which ends the wait before the next attempt");
+                             "Breaks the connection and makes a new one, without a wait");
     connect(m_pReconnect, &QAction::triggered, this, [this] { m_host.session().reconnectNow(); });
     menu.addSeparator();
 }
@@ -122,6 +167,7 @@ void SessionControls::addFields(QToolBar &)
 {
     m_pStatus->setAccessibleName(QStringLiteral("State of the device"));
     m_pStatus->setMargin(4);
+    m_pStatus->setMinimumWidth(widestStatus(*m_pStatus));
     m_pStatus->setObjectName(QStringLiteral("deviceState"));
     m_pDevice->setAccessibleName(QStringLiteral("Active device"));
     m_pDevice->setObjectName(QStringLiteral("device"));
@@ -131,9 +177,6 @@ void SessionControls::addFields(QToolBar &)
             [this](int nDevice) { m_host.session().setActiveDevice(nDevice); });
     m_pSource->setAccessibleName(QStringLiteral("Source of the echo video"));
     m_pSource->setObjectName(QStringLiteral("source"));
-    m_pSource->setToolTip(QStringLiteral(
-        "How the echo video arrives: over the network, through the capture library's shared "
-        "memory, or from a raw file"));
     m_pSource->addItem(QStringLiteral("MJPEG over TCP"), QStringLiteral("mjpeg"));
     m_pSource->addItem(QStringLiteral("Shared memory"), QStringLiteral("shm"));
     m_pSource->addItem(QStringLiteral("YUV file"), QStringLiteral("yuv"));
@@ -177,6 +220,10 @@ void SessionControls::addToBar(QToolBar &bar)
     bar.addWidget(caption("Previe&ws", m_pFps));
     bar.addWidget(m_pFps);
     bar.addSeparator();
+    // In short: the bar is full, and the menu has the whole words.
+    m_pPause->setIconText(QStringLiteral("Pause"));
+    m_pStop->setIconText(QStringLiteral("Stop"));
+    m_pReconnect->setIconText(QStringLiteral("Reconnect"));
     bar.addActions({m_pRead, m_pPause, m_pStop, m_pReconnect});
     bar.addSeparator();
     bar.addActions({m_pRendering, m_pRenderEnabled});
@@ -208,12 +255,13 @@ void SessionControls::refresh()
     const sSceneDevice &device = session.device().m_settings;
     m_pDevice->setCurrentIndex(session.activeDevice());
     m_pSource->setCurrentIndex(m_pSource->findData(sourceTypeName(device.m_eSourceType)));
+    m_pSource->setToolTip(sourceTip(device));
     m_pFps->setValue(device.m_nFps);
     const bool isOnline = session.device().m_isOnline;
     // The button says what it does, not what is so: the state stands to its left.
     m_pOnline->setText(isOnline ? QStringLiteral("Go &offline") : QStringLiteral("Go &online"));
-    setTip(*m_pOnline, isOnline ? "Tells the library that the device can no longer be reached"
-                                : "Tells the library that the device can be reached");
+    setTip(*m_pOnline, isOnline ? "Only here: the library is told that the device cannot be reached"
+                                : "Only here: the library is told that the device can be reached");
     m_pRead->setText(isOnline ? QStringLiteral("&Read") : QStringLiteral("&Read once online"));
     m_pRead->setChecked(session.reading() == eReading::Reading);
     m_pPause->setChecked(session.reading() == eReading::Paused);

@@ -25,6 +25,11 @@ public:
     /** @param host  must outlive the controls */
     SessionControls(WindowHost &host, QMenu &menu, QToolBar &bar);
 
+    /** Asks for the raw file that is to be played, and plays it. */
+    void chooseFile();
+    /** Plays this raw file from now on; an edit of the scene like any other. */
+    void playFile(const QString &strFileName);
+
 private:
     void addActions(QMenu &menu);
     void addReadingActions(QMenu &menu);

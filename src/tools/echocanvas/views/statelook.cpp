@@ -60,11 +60,13 @@ sStateLook lookOf(const sDeviceStatus &status, const QPalette &palette)
         return look(QStringLiteral("●"), QStringLiteral("streaming"), eMood::Good, palette);
     case eDeviceState::Silent:
         return look(QStringLiteral("◆"), QStringLiteral("no new picture"), eMood::Waiting, palette);
+    case eDeviceState::MadeUp:
+        return look(QStringLiteral("▲"), QStringLiteral("no file"), eMood::Bad, palette);
     case eDeviceState::Connecting:
         return look(QStringLiteral("◌"), QStringLiteral("connecting"), eMood::Waiting, palette);
     case eDeviceState::BackingOff:
         return look(QStringLiteral("▲"),
-                    QStringLiteral("backing off, next attempt in %1 s").arg(status.m_nSecondsLeft),
+                    QStringLiteral("no connection, retry in %1 s").arg(status.m_nSecondsLeft),
                     eMood::Bad, palette);
     case eDeviceState::Offline:
         return look(QStringLiteral("○"), QStringLiteral("offline"), eMood::Bad, palette);
