@@ -75,6 +75,7 @@ private Q_SLOTS:
     void theLogStaysWhereSomebodyReads();
     void selectedMessagesAreCopied();
     void aMessageIsLegibleInANarrowLog();
+    void aMessageTakesTheRoomOfItsSourceLine();
     void aFigureBelowZeroStaysInItsPlot();
     void aNarrowPlotShowsItsNameAndItsFigure();
 };
@@ -242,6 +243,28 @@ void tst_WindowWidgets::aMessageIsLegibleInANarrowLog()
         QTRY_COMPARE(nColumns <= table.viewport()->width(), nWidth == 1200);
         QVERIFY(nColumns >= table.viewport()->width());
     }
+}
+
+void tst_WindowWidgets::aMessageTakesTheRoomOfItsSourceLine()
+{
+    LogCollector collector;
+    LogView view(collector);
+    log(0, 1);
+    QTRY_COMPARE(view.model().rowCount(), 1);
+    view.show();
+    const auto &table = *view.findChild<QTableView *>();
+    const int nDigit = table.fontMetrics().horizontalAdvance(QLatin1Char('0'));
+    for (const int nDigits : {56, 90, 180}) {
+        view.resize(nDigits * nDigit, 200);
+        QTRY_COMPARE(table.columnViewportPosition(3) + table.columnWidth(3),
+                     table.viewport()->width());
+        QVERIFY(table.columnWidth(2) > table.columnWidth(3));
+    }
+    // With room for both, neither is cut.
+    const QModelIndex place = view.model().index(0, 3);
+    QVERIFY(place.data().toString().startsWith(QStringLiteral("tst_window_widgets.cpp:")));
+    QVERIFY(table.columnWidth(3) > table.fontMetrics().horizontalAdvance(place.data().toString()));
+    QVERIFY(place.data(Qt::ToolTipRole).toString().contains(place.data().toString()));
 }
 
 /** The clock of a device that is ahead makes its pictures younger than nothing. */

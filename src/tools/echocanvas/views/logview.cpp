@@ -12,6 +12,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QScrollBar>
+#include <QStyledItemDelegate>
 #include <QTableView>
 #include <QVBoxLayout>
 
@@ -20,6 +21,13 @@ namespace Morvek::Tools {
 namespace {
 
 constexpr int FirstSeverity = 1; // the library's notes for its makers are many
+
+// Widths in digits.
+constexpr int CellMargin = 1;
+constexpr int LeastText = 22;
+constexpr int UsualText = 48;
+constexpr int LeastPlace = 6;
+constexpr int WholePlace = 32;
 
 enum eColumn { Time, Level, Text, Place, ColumnCount };
 
@@ -61,6 +69,20 @@ QString textOf(const sLogEntry &entry, int nColumn)
         return entry.place();
     }
 }
+
+/** Elides at the beginning: of a source place, the line's number is worth most. */
+class PlaceDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem *pOption, const QModelIndex &index) const override
+    {
+        QStyledItemDelegate::initStyleOption(pOption, index);
+        pOption->textElideMode = Qt::ElideLeft;
+    }
+};
 
 } // namespace
 
@@ -126,7 +148,8 @@ QVariant LogModel::data(const QModelIndex &index, int nRole) const
     if (nRole == Qt::DisplayRole)
         return textOf(entry, index.column());
     if (nRole == Qt::ToolTipRole)
-        return entry.m_strText + QLatin1Char('\n') + entry.m_strFunction;
+        return QStringList({entry.m_strText, entry.place(), entry.m_strFunction})
+            .join(QLatin1Char('\n'));
     if (nRole == Qt::ForegroundRole && isWarning)
         return lookOf(eInputState::NoSignal, QGuiApplication::palette()).m_color;
     return QVariant();
@@ -181,7 +204,9 @@ void LogView::buildTable()
     m_pTable->setTabKeyNavigation(false);
     m_pTable->setWordWrap(false);
     m_pTable->verticalHeader()->hide();
+    m_pTable->horizontalHeader()->setTextElideMode(Qt::ElideRight);
     m_pTable->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    m_pTable->setItemDelegateForColumn(Place, new PlaceDelegate(m_pTable));
     m_pTable->viewport()->installEventFilter(this);
     adaptToFont();
     auto *const pCopy = new QAction(QStringLiteral("&Copy the messages"), m_pTable);
@@ -212,20 +237,28 @@ void LogView::followEnd()
 void LogView::adaptToFont()
 {
     m_pTable->verticalHeader()->setDefaultSectionSize(fontMetrics().lineSpacing() + 4);
-    const int nDigit = fontMetrics().horizontalAdvance(QLatin1Char('0'));
-    m_pTable->setColumnWidth(Time, 14 * nDigit);
-    m_pTable->setColumnWidth(Level, 12 * nDigit);
-    m_pTable->setColumnWidth(Place, 32 * nDigit);
+    const int nMargin = CellMargin * digitWidth();
+    m_pTable->setColumnWidth(Time, fontMetrics().horizontalAdvance(QStringLiteral("00:00:00.000"))
+                                       + nMargin);
+    m_pTable->setColumnWidth(Level,
+                             fontMetrics().horizontalAdvance(levelText(QtWarningMsg)) + nMargin);
     fitColumns();
+}
+
+int LogView::digitWidth() const
+{
+    return fontMetrics().horizontalAdvance(QLatin1Char('0'));
 }
 
 /** The message gets the room that there is, but is legible also where there is little. */
 void LogView::fitColumns()
 {
-    const int nLeast = 32 * fontMetrics().horizontalAdvance(QLatin1Char('0'));
-    const int nOthers =
-        m_pTable->columnWidth(Time) + m_pTable->columnWidth(Level) + m_pTable->columnWidth(Place);
-    m_pTable->setColumnWidth(Text, qMax(nLeast, m_pTable->viewport()->width() - nOthers));
+    const int nRoom =
+        m_pTable->viewport()->width() - m_pTable->columnWidth(Time) - m_pTable->columnWidth(Level);
+    const int nDigit = digitWidth();
+    const int nPlace = qBound(LeastPlace * nDigit, nRoom - UsualText * nDigit, WholePlace * nDigit);
+    m_pTable->setColumnWidth(Place, nPlace);
+    m_pTable->setColumnWidth(Text, qMax(LeastText * nDigit, nRoom - nPlace));
 }
 
 bool LogView::eventFilter(QObject *pWatched, QEvent *pEvent)

@@ -60,6 +60,7 @@ private:
     void buildTable();
     void followEnd();
     void adaptToFont();
+    int digitWidth() const;
     void fitColumns();
     void copySelection() const;
 
