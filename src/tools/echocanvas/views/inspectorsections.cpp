@@ -143,7 +143,7 @@ InspectorSection *makeGeometrySection()
         [](const sSceneLayer &layer) { return layer.m_position.x(); },
         [](sSceneLayer &layer, int nValue) { layer.m_position.setX(nValue); });
     pSection->addNumber(
-        pixels("&Top", "Top edge of the layer on the canvas"), -MaxExtent, MaxExtent,
+        pixels("To&p", "Top edge of the layer on the canvas"), -MaxExtent, MaxExtent,
         [](const sSceneLayer &layer) { return layer.m_position.y(); },
         [](sSceneLayer &layer, int nValue) { layer.m_position.setY(nValue); });
     pSection->addNumber(
@@ -164,7 +164,7 @@ InspectorSection *makeSourceSection(CropEditor *pCropEditor, const std::function
     for (int nInput = 0; nInput <= MaxInput; ++nInput)
         inputs.append({QStringLiteral("Input %1").arg(nInput), nInput});
     QComboBox *const pInput = pSection->addChoice(
-        plain("In&put", "Where the layer's picture comes from"), inputs,
+        plain("Inpu&t", "Where the layer's picture comes from"), inputs,
         [](const sSceneLayer &layer) { return layer.hasSource() ? layer.input() : NoInput; },
         setInput);
     pSection->addLoader(
