@@ -39,7 +39,11 @@ public:
         }
         DeviceList::instance()->addDevice(m_device);
         DeviceList::instance()->setActivedDevice(m_device);
-        PixmapReader::instance(); // belongs to the thread that asks first
+        // Belongs to the thread that asks first. A reader that ended just as its device came back
+        // is gone, which shows in that nothing ticks.
+        QObject::connect(PixmapReader::instance(), &PixmapReader::inputVideoImageCopyFinished,
+                         &m_watch, qOverload<>(&QTimer::start), Qt::QueuedConnection);
+        m_watch.callOnTimeout([this] { setOnline(m_device->onlineFlag()); });
         // Whenever a preview is finished, its layer's place on the canvas is painted.
         QObject::connect(&m_manager, &LayerVideoManager::layerVideoRenderFinished,
                          [this](sLayerUniqueIdentifies layer) { paint(layer); });
@@ -65,7 +69,8 @@ public:
     {
         DeviceList::instance()->setDeviceOnline(m_device, isOnline);
         if (!isOnline)
-            return;
+            return m_watch.stop();
+        m_watch.start(2000);
         PixmapReader::instance()->restartRead();
         edit(1, [](sLayerVideoConfig &) {}); // wakes the render thread, which nothing else does
     }
@@ -112,6 +117,7 @@ private:
     }();
     QHash<int, QPoint> m_places;
     QImage m_canvas = QImage(700, 220, QImage::Format_RGB32);
+    QTimer m_watch;
     LayerVideoManager m_manager; // last, so that it is gone before what its callback uses
 };
 
