@@ -31,21 +31,23 @@ private Q_SLOTS:
     void zoomsAndFits();
 
 private:
-    static void drag(QWidget &widget, const QPoint &from, const QPoint &to);
+    static void drag(QWidget &widget, const QPoint &from, const QPoint &to,
+                     Qt::KeyboardModifiers keys = Qt::NoModifier);
     static const sSceneLayer &layer(WindowBench &bench, int nScreen, int nLayer);
 };
 
 /** In steps, as a hand does it. */
-void tst_WindowEditing::drag(QWidget &widget, const QPoint &from, const QPoint &to)
+void tst_WindowEditing::drag(QWidget &widget, const QPoint &from, const QPoint &to,
+                             Qt::KeyboardModifiers keys)
 {
-    QTest::mousePress(&widget, Qt::LeftButton, Qt::NoModifier, from);
+    QTest::mousePress(&widget, Qt::LeftButton, keys, from);
     for (int nStep = 1; nStep <= 4; ++nStep) {
         const QPoint place = from + (to - from) * nStep / 4;
         QMouseEvent move(QEvent::MouseMove, place, widget.mapToGlobal(place), Qt::NoButton,
-                         Qt::LeftButton, Qt::NoModifier);
+                         Qt::LeftButton, keys);
         QCoreApplication::sendEvent(&widget, &move);
     }
-    QTest::mouseRelease(&widget, Qt::LeftButton, Qt::NoModifier, to);
+    QTest::mouseRelease(&widget, Qt::LeftButton, keys, to);
 }
 
 const sSceneLayer &tst_WindowEditing::layer(WindowBench &bench, int nScreen, int nLayer)
@@ -110,6 +112,13 @@ void tst_WindowEditing::handlesResizeALayer()
     // The library renders the preview in the new size.
     QTRY_COMPARE_WITH_TIMEOUT(bench.host().session().preview(bench.key(0, 0)).size(), after.size(),
                               Patience);
+    // With Shift, a corner goes where the other way says.
+    bench.host().document().undoStack().undo();
+    drag(canvas, onWidget.bottomRight(), onWidget.bottomRight() + QPoint(0, 60), Qt::ShiftModifier);
+    const QSize shaped = layer(bench, 0, 0).size();
+    QVERIFY(shaped.height() > before.height());
+    QVERIFY(qAbs(shaped.width() * before.height() - shaped.height() * before.width())
+            < before.width());
 }
 
 void tst_WindowEditing::keysMoveResizeAndSelect()
