@@ -66,6 +66,8 @@ class tst_LayerFigures : public QObject
 private Q_SLOTS:
     void percentileIsTheNearestRank_data();
     void percentileIsTheNearestRank();
+    void agesTakeNoMoreRoomWithTime();
+    void seenFramesCountForever();
     void seenFramesCountAcrossTheWrap();
     void layerFiguresWaitForThePicture();
     void layerFiguresReadStamps();
@@ -101,23 +103,60 @@ void tst_LayerFigures::percentileIsTheNearestRank()
 {
     QFETCH(QVector<qint64>, values);
     QFETCH(double, share);
-    QTEST(percentile(values, share), "expected");
+    AgeCounts ages;
+    for (qint64 nValue : values)
+        ages.add(nValue);
+    QCOMPARE(ages.count(), qint64(values.size()));
+    QTEST(ages.percentile(share), "expected");
+}
+
+void tst_LayerFigures::agesTakeNoMoreRoomWithTime()
+{
+    AgeCounts ages;
+    for (qint64 nAgeMs : {9999, 10000, 10001, 10999, 11000, 12345})
+        ages.add(nAgeMs);
+    QCOMPARE(ages.size(), 4);
+    QCOMPARE(ages.percentile(1), qint64(12000));
+    // A picture that stays for two days ages by 40 ms with each preview.
+    for (qint64 nAgeMs = -20000; nAgeMs < 2 * 86400000LL; nAgeMs += 40)
+        ages.add(nAgeMs);
+    QVERIFY(ages.size() < 20001 + 2 * 86400);
+    QCOMPARE(ages.percentile(1), qint64(86400000));
+    AgeCounts both;
+    both.add(ages);
+    both.add(ages);
+    QCOMPARE(both.size(), ages.size());
+    QCOMPARE(both.count(), 2 * ages.count());
+    QCOMPARE(both.percentile(0.5), ages.percentile(0.5));
+}
+
+void tst_LayerFigures::seenFramesCountForever()
+{
+    SeenFrames frames;
+    // Sixteen wraps of the number, every second picture, each seen by two layers.
+    constexpr quint32 Pictures = 16 << 16;
+    for (quint32 nFrame = 0; nFrame < Pictures; nFrame += 2) {
+        frames.add(nFrame & 0xffff);
+        frames.add(nFrame >= 6 ? (nFrame - 6) & 0xffff : 0);
+    }
+    QCOMPARE(frames.seen(), qint64(Pictures / 2));
+    QCOMPARE(frames.sent(), qint64(Pictures - 1));
 }
 
 void tst_LayerFigures::seenFramesCountAcrossTheWrap()
 {
     SeenFrames frames;
-    QCOMPARE(frames.seen(), 0);
-    QCOMPARE(frames.sent(), 0);
+    QCOMPARE(frames.seen(), qint64(0));
+    QCOMPARE(frames.sent(), qint64(0));
     frames.add(65530);
-    QCOMPARE(frames.sent(), 1);
+    QCOMPARE(frames.sent(), qint64(1));
     // Of two layers, one a picture behind the other.
     for (const quint32 nFrame : {65534u, 65532u, 1u, 65534u, 4u, 1u})
         frames.add(nFrame);
-    QCOMPARE(frames.seen(), 5);
-    QCOMPARE(frames.sent(), 11); // 65530 to 65535 and 0 to 4
+    QCOMPARE(frames.seen(), qint64(5));
+    QCOMPARE(frames.sent(), qint64(11)); // 65530 to 65535 and 0 to 4
     frames.add(65529);
-    QCOMPARE(frames.sent(), 12);
+    QCOMPARE(frames.sent(), qint64(12));
 }
 
 void tst_LayerFigures::layerFiguresWaitForThePicture()
@@ -151,7 +190,9 @@ void tst_LayerFigures::layerFiguresReadStamps()
     QCOMPARE(stamp->m_nFrame, 500u);
     QVERIFY(figures.addPreview(tile(3, 501, Now - 90), 1010, Now));
     QVERIFY(!figures.addPreview(solid(TileSize, Qt::red), 1020, Now));
-    QCOMPARE(figures.ages(), (QVector<qint64>{70, 90}));
+    QCOMPARE(figures.ages().count(), qint64(2));
+    QCOMPARE(figures.ages().percentile(0), qint64(70));
+    QCOMPARE(figures.ages().percentile(1), qint64(90));
     QCOMPARE(figures.rightStamps(), 1);
     QCOMPARE(figures.wrongStamps(), 1);
 }

@@ -37,7 +37,10 @@ sRunReport goodReport()
                        goodLayer(QStringLiteral("right"), 4, 150),
                        goodLayer(QStringLiteral("bare"), -1, 20)};
     report.m_layers[2].m_proof = eInputProof::Colour;
-    report.m_layers[0].m_ages = summarised({30, 10, 20});
+    AgeCounts ages;
+    for (qint64 nAgeMs : {30, 10, 20})
+        ages.add(nAgeMs);
+    report.m_layers[0].m_ages = summarised(ages);
     report.m_layers[0].m_strPicture = QStringLiteral("out/left.png");
     report.m_canvases = {{QStringLiteral("wall"), QStringLiteral("out/wall.png")}};
     report.m_ages = report.m_layers[0].m_ages;

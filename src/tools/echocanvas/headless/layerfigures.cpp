@@ -2,19 +2,14 @@
 
 #include "previewcheck.h"
 
-#include <algorithm>
-#include <cmath>
-
 namespace Morvek::Tools {
 
-qint64 percentile(QVector<qint64> values, double share)
-{
-    if (values.isEmpty())
-        return 0;
-    const int nRank = qBound(1, int(std::ceil(share * values.size())), values.size());
-    std::nth_element(values.begin(), values.begin() + nRank - 1, values.end());
-    return values[nRank - 1];
-}
+namespace {
+
+constexpr int Window = 1 << 15;        // a frame number is within so many of the latest one
+constexpr int MostFrames = 4 * Window; // kept, before the old ones go
+
+} // namespace
 
 void SeenFrames::add(quint32 nFrame)
 {
@@ -23,14 +18,23 @@ void SeenFrames::add(quint32 nFrame)
     // Layers show pictures of slightly different age, so the number may also step back a little.
     const auto nStep = qint16(quint16(nFrame) - quint16(m_nLast));
     const qint64 nUnwrapped = m_nLast + nStep;
+    m_nSeen += m_frames.contains(nUnwrapped) ? 0 : 1;
     m_frames.insert(nUnwrapped);
     m_nFirst = qMin(m_nFirst, nUnwrapped);
     m_nLast = qMax(m_nLast, nUnwrapped);
+    if (m_frames.size() > MostFrames)
+        forgetOld();
 }
 
-int SeenFrames::sent() const
+void SeenFrames::forgetOld()
 {
-    return m_frames.isEmpty() ? 0 : int(m_nLast - m_nFirst + 1);
+    for (auto it = m_frames.begin(); it != m_frames.end();)
+        it = *it < m_nLast - Window ? m_frames.erase(it) : ++it;
+}
+
+qint64 SeenFrames::sent() const
+{
+    return m_nSeen == 0 ? 0 : m_nLast - m_nFirst + 1;
 }
 
 LayerFigures::LayerFigures(const sSceneLayer &layer, const QList<QImage> &placeholders)
@@ -69,7 +73,7 @@ std::optional<sTileStamp> LayerFigures::readStamp(qint64 nNowMs)
         readPreviewStamp(m_layer.m_config, m_lastPreview, nNowMs);
     if (!stamp)
         return {};
-    m_ages.append(nNowMs - stamp->m_nTimeMs);
+    m_ages.add(nNowMs - stamp->m_nTimeMs);
     ++(stamp->m_nInput == m_layer.input() ? m_nRightStamps : m_nWrongStamps);
     return stamp;
 }

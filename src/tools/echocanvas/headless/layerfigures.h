@@ -1,6 +1,7 @@
 #ifndef MORVEK_ECHOCANVAS_LAYERFIGURES_H
 #define MORVEK_ECHOCANVAS_LAYERFIGURES_H
 
+#include "agecounts.h"
 #include "scene.h"
 
 #include <tilestamp.h>
@@ -8,32 +9,29 @@
 #include <QImage>
 #include <QList>
 #include <QSet>
-#include <QVector>
 
 #include <optional>
 
 namespace Morvek::Tools {
 
 /**
- * The value below which the given share of all values lies: the nearest one, no mean of two.
- *
- * @param values  in any order; none of them gives 0
- * @param share   0 to 1; 0.5 is the median, 1 the largest
+ * Which pictures of the device were seen, by the 16-bit frame numbers in their stamps. Remembers no
+ * more of them than can still be told from those that come.
  */
-qint64 percentile(QVector<qint64> values, double share);
-
-/** Which pictures of the device were seen, by the 16-bit frame numbers in their stamps. */
 class SeenFrames
 {
 public:
     void add(quint32 nFrame);
     /** Different pictures seen. */
-    int seen() const { return m_frames.size(); }
+    qint64 seen() const { return m_nSeen; }
     /** Pictures the device made from the first to the last that were seen, both included. */
-    int sent() const;
+    qint64 sent() const;
 
 private:
-    QSet<qint64> m_frames; // counted on where the number wraps
+    void forgetOld();
+
+    QSet<qint64> m_frames; // the latest, counted on where the number wraps
+    qint64 m_nSeen = 0;
     qint64 m_nFirst = 0;
     qint64 m_nLast = 0;
 };
@@ -66,7 +64,7 @@ public:
     /** Genuine previews a second, between the first and the last of them. */
     double rate() const;
     /** Ages of the pictures in the previews whose stamp was read, in ms. */
-    const QVector<qint64> &ages() const { return m_ages; }
+    const AgeCounts &ages() const { return m_ages; }
     /** Stamps that named the right input, and those that named another one. */
     int rightStamps() const { return m_nRightStamps; }
     int wrongStamps() const { return m_nWrongStamps; }
@@ -83,7 +81,7 @@ private:
     int m_nGenuine = 0;
     qint64 m_nFirstMs = -1;
     qint64 m_nLastMs = -1;
-    QVector<qint64> m_ages;
+    AgeCounts m_ages;
     int m_nRightStamps = 0;
     int m_nWrongStamps = 0;
 };

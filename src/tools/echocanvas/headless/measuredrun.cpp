@@ -100,7 +100,7 @@ void MeasuredRun::finish()
 
 void MeasuredRun::judgeLayers(const QVector<QImage> &inputs, qint64 nNowMs)
 {
-    QVector<qint64> ages;
+    AgeCounts ages;
     for (const LayerFigures &layer : m_layers) {
         const int nScreen = layer.layer().m_config.m_LayerIdentifies.screenId - 1;
         sLayerReport report = layerReport(layer, m_scene.m_screens[nScreen].m_strName);
@@ -108,7 +108,7 @@ void MeasuredRun::judgeLayers(const QVector<QImage> &inputs, qint64 nNowMs)
         report.m_verdict = verdict.m_verdict;
         report.m_proof = verdict.m_proof;
         m_report.m_layers.append(report);
-        ages += layer.ages();
+        ages.add(layer.ages());
     }
     m_report.m_ages = summarised(ages);
 }

@@ -24,9 +24,9 @@ QString failure(const sLayerReport &layer, bool isStreamMissing)
 
 } // namespace
 
-sAges summarised(const QVector<qint64> &ages)
+sAges summarised(const AgeCounts &ages)
 {
-    return {!ages.isEmpty(), percentile(ages, 0.5), percentile(ages, 0.95), percentile(ages, 1)};
+    return {!ages.isEmpty(), ages.percentile(0.5), ages.percentile(0.95), ages.percentile(1)};
 }
 
 int sRunReport::previews() const

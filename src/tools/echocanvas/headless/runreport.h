@@ -1,11 +1,12 @@
 #ifndef MORVEK_ECHOCANVAS_RUNREPORT_H
 #define MORVEK_ECHOCANVAS_RUNREPORT_H
 
+#include "agecounts.h"
+
 #include <QList>
 #include <QSize>
 #include <QString>
 #include <QStringList>
-#include <QVector>
 
 namespace Morvek::Tools {
 
@@ -34,7 +35,7 @@ struct sAges
 };
 
 /** Median, 95th percentile and worst of these ages in milliseconds. */
-sAges summarised(const QVector<qint64> &ages);
+sAges summarised(const AgeCounts &ages);
 
 /** One layer's figures. */
 struct sLayerReport
@@ -71,9 +72,9 @@ struct sRunReport
     double m_seconds = 0; ///< from the start to the end of the measurement
     QList<sLayerReport> m_layers;
     QList<sCanvasReport> m_canvases;
-    sAges m_ages;          ///< over all layers
-    int m_nFramesSeen = 0; ///< different pictures of the device seen in previews
-    int m_nFramesSent = 0; ///< pictures that the device made from the first to the last of these
+    sAges m_ages;             ///< over all layers
+    qint64 m_nFramesSeen = 0; ///< different pictures of the device seen in previews
+    qint64 m_nFramesSent = 0; ///< pictures that the device made from the first to the last of these
     double m_cpuPerSecond = 0;
     qint64 m_nResidentBytes = 0;
     QStringList m_problems; ///< what else went wrong
