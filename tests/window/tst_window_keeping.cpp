@@ -17,7 +17,6 @@ private Q_SLOTS:
     void zoomingOutMakesTheCanvasSmaller();
     void aScreenThatComesBackKeepsTheSelectedOneInSight();
     void whatIsTypedIsSaved();
-    void savingEndsAMessageAboutTheFile();
     void stepsOfTheRateAreUndoneTogether();
 
 private:
@@ -71,21 +70,6 @@ void tst_WindowKeeping::whatIsTypedIsSaved()
     QTest::keyClick(bench.window().windowHandle(), Qt::Key_S, Qt::ControlModifier);
     QStringList problems;
     QCOMPARE(readSceneFile(strFile, problems)->m_screens[0].m_layers[0].m_position.x(), 333);
-}
-
-void tst_WindowKeeping::savingEndsAMessageAboutTheFile()
-{
-    const QString strFile = sceneFile(QStringLiteral("changed.json"));
-    WindowBench bench(strFile);
-    QVERIFY(bench.open());
-    bench.window().select(0, bench.key(0, 2));
-    bench.action(QStringLiteral("Remove the layer")).trigger();
-    QFile file(strFile);
-    QVERIFY(file.open(QIODevice::Append) && file.write("\n") == 1);
-    file.close();
-    QTRY_VERIFY_WITH_TIMEOUT(bench.window().banner().isVisible(), Patience);
-    bench.action(QStringLiteral("Save")).trigger();
-    QVERIFY(!bench.window().banner().isVisible());
 }
 
 void tst_WindowKeeping::stepsOfTheRateAreUndoneTogether()
