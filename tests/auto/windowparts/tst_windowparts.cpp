@@ -125,7 +125,7 @@ void tst_WindowParts::statesDifferBySignAndWordAndAreLegible()
             words.insert(lookOf(status, palette).m_strWord);
         }
         QCOMPARE(words.size(), 7);
-        QVERIFY(words.contains(QStringLiteral("backing off, next attempt in 42 s")));
+        QVERIFY(words.contains(QStringLiteral("no connection, retry in 42 s")));
     }
 }
 
