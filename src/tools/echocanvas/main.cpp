@@ -16,6 +16,10 @@
 #include <cstdlib>
 #include <memory>
 
+#ifdef __GLIBC__
+#    include <malloc.h>
+#endif
+
 using namespace Morvek::Tools;
 
 namespace {
@@ -172,6 +176,17 @@ void explainFatal(QtMsgType eType, const QMessageLogContext &, const QString &st
     std::_Exit(Failure);
 }
 
+/**
+ * Each arena of glibc's allocator keeps what a few pictures took. With one for every thread that ever
+ * ran at the same time, memory goes on growing for hours, until each of them has held pictures once.
+ */
+void limitArenas()
+{
+#ifdef __GLIBC__
+    mallopt(M_ARENA_MAX, 2);
+#endif
+}
+
 std::unique_ptr<QGuiApplication> makeApplication(int &argc, char *argv[], bool isWindow)
 {
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
@@ -190,6 +205,7 @@ std::unique_ptr<QGuiApplication> makeApplication(int &argc, char *argv[], bool i
 
 int main(int argc, char *argv[])
 {
+    limitArenas(); // before there are threads
     const sHostOptions options = readHostOptions(commandLine(argc, argv));
     const bool isWindow = needsDisplay(options);
     const auto application = makeApplication(argc, argv, isWindow);
