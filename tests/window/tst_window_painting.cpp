@@ -12,6 +12,19 @@
 using namespace Morvek::Tests;
 using namespace Morvek::Tools;
 
+namespace {
+
+/** Without a banner and marks that tell of it, which are painted, and take room from the canvas. */
+void stopSession(WindowBench &bench)
+{
+    QObject::disconnect(&bench.host().monitor(), nullptr, &bench.window(), nullptr);
+    QObject::disconnect(&bench.host().monitor(), nullptr, &bench.window().deviceBanner(), nullptr);
+    QObject::disconnect(&bench.host().session(), nullptr, &bench.window().deviceBanner(), nullptr);
+    bench.host().session().stop();
+}
+
+} // namespace
+
 class tst_WindowPainting : public WindowTest
 {
     Q_OBJECT
@@ -33,7 +46,7 @@ void tst_WindowPainting::aPreviewRepaintsItsLayerAndNothingElse()
     QVERIFY(bench.waitUntilPainted());
     const QRect onWidget = canvas.onWidget(bench.host().document().layer(key)->canvasRect());
     // The session would go on rendering; here only the canvas is asked.
-    bench.host().session().stop();
+    stopSession(bench);
     QVERIFY(bench.waitUntilPainted());
     const qint64 nLayerPixels = qint64(onWidget.width()) * onWidget.height();
     const qint64 nWholePaints = canvas.paintFigures().m_nWholePaints;
@@ -59,7 +72,7 @@ void tst_WindowPainting::whatLooksTheSameIsNotPaintedAgain()
 {
     WindowBench bench;
     QVERIFY(bench.open());
-    bench.host().session().stop();
+    stopSession(bench);
     CanvasView &canvas = bench.canvas();
     QVERIFY(bench.waitUntilPainted());
     QImage picture(480, 270, QImage::Format_ARGB32);
@@ -80,9 +93,7 @@ void tst_WindowPainting::paintingLayersCostsLittle()
     while (bench.host().document().scene().m_screens[0].m_layers.size() < 16)
         bench.action(QStringLiteral("Add a layer")).trigger();
     bench.window().select(0, std::nullopt);
-    bench.host().session().stop();
-    // It would tell that no pictures come, and take room from the canvas for that.
-    disconnect(&bench.host().monitor(), nullptr, &bench.window().deviceBanner(), nullptr);
+    stopSession(bench);
     QVERIFY(bench.waitUntilPainted());
     CanvasView &canvas = bench.canvas();
     const QList<sSceneLayer> layers = bench.host().document().scene().m_screens[0].m_layers;

@@ -17,7 +17,8 @@ CanvasView::CanvasView(QWidget *pParent)
     setAccessibleName(QStringLiteral("Canvas"));
     setAccessibleDescription(QStringLiteral(
         "The screen with its layers. Arrow keys move the selected layer, with Shift they resize "
-        "it; Page Up and Page Down select another one."));
+        "it; Page Up and Page Down select another one, the menu key opens its menu. Shift at a "
+        "corner keeps the shape."));
 }
 
 void CanvasView::setScreen(const sSceneScreen &screen)

@@ -42,7 +42,7 @@ QString consequenceOf(eDeviceState eState)
 } // namespace
 
 DeviceBanner::DeviceBanner(WindowHost &host, QWidget *pParent)
-    : MessageBanner(pParent)
+    : MessageBanner(pParent, QStringLiteral("Dismiss"))
     , m_host(host)
     , m_chooseFile([this] { Q_EMIT fileWanted(); })
 {

@@ -15,11 +15,11 @@ constexpr int MaxLines = 6; // a broken file may be wrong in very many places
 
 } // namespace
 
-MessageBanner::MessageBanner(QWidget *pParent)
+MessageBanner::MessageBanner(QWidget *pParent, const QString &strDismiss)
     : QFrame(pParent)
     , m_pText(new QLabel)
     , m_pAction(new QPushButton)
-    , m_pDismiss(new QPushButton(QStringLiteral("Dis&miss")))
+    , m_pDismiss(new QPushButton(strDismiss))
 {
     setFrameShape(QFrame::StyledPanel);
     setAutoFillBackground(true);

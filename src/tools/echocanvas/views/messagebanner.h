@@ -15,7 +15,9 @@ class MessageBanner : public QFrame
     Q_OBJECT
 
 public:
-    explicit MessageBanner(QWidget *pParent = nullptr);
+    /** @param strDismiss  what the button says that hides it; of two banners, one has the key */
+    explicit MessageBanner(QWidget *pParent = nullptr,
+                           const QString &strDismiss = QStringLiteral("Dis&miss"));
 
     /**
      * Shows a message.
