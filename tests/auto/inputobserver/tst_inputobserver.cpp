@@ -39,6 +39,7 @@ private Q_SLOTS:
     void everyStateIsReachedFromEveryOther();
     void theDeviceModelGoesFirst();
     void whatTheHostAskedForIsNoFault();
+    void theFirstPictureAfterNoneIsNoChange();
     void stripesOfTheLibraryAreNoVideo();
     void blackBeforeTheFirstPictureTellsNothing();
     void placeholdersAreNoPictures();
@@ -141,6 +142,11 @@ void tst_InputObserver::everyStateIsReachedFromEveryOther()
             look.m_picture = picture(Qt::black);
         look.m_isOverloaded = eState == eInputState::Overloaded;
         observer.look(look);
+        if (eState == eInputState::Live) {
+            look.m_picture = picture(QColor(100, nPicture, 20));
+            look.m_nNowMs = nNowMs += 40;
+            observer.look(look);
+        }
         if (eState == eInputState::Stale) {
             look.m_nNowMs = nNowMs += 3000;
             observer.look(look);
@@ -168,9 +174,9 @@ void tst_InputObserver::theDeviceModelGoesFirst()
     look.m_isOverloaded = true;
     observer.look(look);
     QCOMPARE(observer.status().m_eState, eInputState::Overloaded);
-    look.m_eDevice = eDeviceState::Offline;
+    look.m_eDevice = eDeviceState::Offline; // but of an offline device it is not asked
     observer.look(look);
-    QCOMPARE(observer.status().m_eState, eInputState::NoSignal);
+    QCOMPARE(observer.status().m_eState, eInputState::Unknown);
     QCOMPARE(observer.status().m_strBrief, QStringLiteral("device offline"));
 }
 
@@ -203,6 +209,25 @@ void tst_InputObserver::whatTheHostAskedForIsNoFault()
     QCOMPARE(observer.status().m_eState, eInputState::NoSignal);
     observer.look(lookAt(picture(Qt::black), 6000));
     QCOMPARE(observer.status().m_strBrief, QStringLiteral("black picture"));
+}
+
+/** A reader that begins anew brings the picture of an input that hangs as if it were new. */
+void tst_InputObserver::theFirstPictureAfterNoneIsNoChange()
+{
+    InputObserver observer;
+    observer.look(lookAt(picture(Qt::red), 0));
+    observer.look(lookAt(picture(Qt::green), 1000));
+    QCOMPARE(observer.status().m_eState, eInputState::Live);
+    observer.look(lookAt(picture(Qt::black), 2000));
+    const double rate = observer.status().m_rate;
+    // It is a new picture of the device all the same.
+    QVERIFY(observer.look(lookAt(picture(Qt::green), 3000)));
+    QCOMPARE(observer.status().m_eState, eInputState::Unknown);
+    QVERIFY(observer.status().m_rate <= rate);
+    observer.look(lookAt(picture(Qt::green), 5000));
+    QCOMPARE(observer.status().m_eState, eInputState::Stale);
+    observer.look(lookAt(picture(Qt::blue), 5100));
+    QCOMPARE(observer.status().m_eState, eInputState::Live);
 }
 
 void tst_InputObserver::stripesOfTheLibraryAreNoVideo()
@@ -240,6 +265,8 @@ void tst_InputObserver::placeholdersAreNoPictures()
     QVERIFY(!observer.look(look));
     QCOMPARE(observer.status().m_eState, eInputState::NoSignal);
     QVERIFY(observer.look(lookAt(picture(Qt::red), 200)));
+    QCOMPARE(observer.status().m_eState, eInputState::Unknown); // nothing to compare it with yet
+    QVERIFY(observer.look(lookAt(picture(Qt::green), 240)));
     QCOMPARE(observer.status().m_eState, eInputState::Live);
 }
 

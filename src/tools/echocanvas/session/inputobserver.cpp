@@ -75,8 +75,11 @@ bool InputObserver::look(const sInputLook &look)
     const bool isReal = look.m_isKnown && m_picture.size() != PlaceholderSize && !m_isBlack;
     // The picture of the first look may be one that another device has left behind.
     const bool isNewAndReal = isNew && isReal && !isFirst;
-    m_hasChanged = m_hasChanged || isNewAndReal;
-    if (isNewAndReal)
+    // Nor is the first picture after none a change: one that hangs comes anew, too.
+    const bool isChange = isNewAndReal && m_wasReal;
+    m_hasChanged = (m_hasChanged && m_wasReal) || isChange;
+    m_wasReal = isReal;
+    if (isChange)
         m_changes.push_back(look.m_nNowMs);
     while (!m_changes.empty() && m_changes.front() <= look.m_nNowMs - RateWindowMs)
         m_changes.pop_front();
@@ -91,8 +94,8 @@ bool InputObserver::look(const sInputLook &look)
 void InputObserver::judge(const sInputLook &look)
 {
     if (look.m_eDevice == eDeviceState::Offline)
-        setState(eInputState::NoSignal, QStringLiteral("device offline"),
-                 QStringLiteral("The device is offline."));
+        setState(eInputState::Unknown, QStringLiteral("device offline"),
+                 QStringLiteral("The device is offline, so nothing is known of its picture."));
     else if (look.m_isOverloaded)
         setState(
             eInputState::Overloaded, QStringLiteral("too strong"),

@@ -15,7 +15,7 @@ namespace Morvek::Tools {
 /** What is known about an input. */
 enum class eInputState {
     Unknown,    ///< there is no picture of it, or none that tells anything
-    NoSignal,   ///< it shows black, nothing is connected, or the device is offline
+    NoSignal,   ///< it shows black, or nothing is connected
     Overloaded, ///< the device says that its signal is more than can be shown
     Live,       ///< its picture changes
     Stale       ///< its picture has been the same for a while
@@ -74,7 +74,8 @@ private:
 
     QImage m_picture;
     bool m_isBlack = false;    // of m_picture
-    bool m_hasChanged = false; // since the first look
+    bool m_wasReal = false;    // at the last look it was a picture, and not black
+    bool m_hasChanged = false; // since it was first so
     qint64 m_nChangedMs = 0;
     qint64 m_nFirstMs = -1;
     std::deque<qint64> m_changes; // times of the changes within the window

@@ -47,7 +47,7 @@ sLayerMark markOfInput(const sInputStatus &status, int nInput, eDeviceState eDev
 
 } // namespace
 
-sLayerMark markOf(const sSceneLayer &layer, const SessionMonitor &monitor)
+sLayerMark markOf(const sSceneLayer &layer, const SessionMonitor &monitor, bool isRendered)
 {
     sLayerMark mark;
     if (!layer.hasSource()) {
@@ -60,6 +60,11 @@ sLayerMark markOf(const sSceneLayer &layer, const SessionMonitor &monitor)
     } else {
         mark = markOfInput(monitor.input(layer.input()).status(), layer.input(),
                            monitor.deviceStatus().m_eState);
+    }
+    if (!isRendered) {
+        mark.m_strText = QStringLiteral("▲ stands still");
+        mark.m_color = lookOf(eInputState::NoSignal, markPalette()).m_color;
+        mark.m_strTip += QStringLiteral("\nNothing is rendered: this is the layer's last preview.");
     }
     QStringList lines{layer.m_strName, mark.m_strTip};
     if (layer.m_config.m_LayerItem.m_isFrozen)

@@ -24,8 +24,12 @@ struct sLayerMark
     }
 };
 
-/** What is to be said of a layer now: of its input's state, and whether it is frozen. */
-sLayerMark markOf(const sSceneLayer &layer, const SessionMonitor &monitor);
+/**
+ * What is to be said of a layer now: of its input's state, and whether it is frozen.
+ *
+ * @param isRendered  whether layers are rendered at all
+ */
+sLayerMark markOf(const sSceneLayer &layer, const SessionMonitor &monitor, bool isRendered);
 
 } // namespace Morvek::Tools
 

@@ -66,23 +66,26 @@ void DeviceBanner::refresh()
     const sNotice notice = noticeOf(status);
     if (notice.m_nTopic != m_nDismissed)
         m_nDismissed = Nothing;
-    if (notice.m_nTopic == Nothing || m_nDismissed != Nothing) {
-        hide();
-        return;
-    }
     const bool isSame =
         isVisible() && notice.m_strTitle == m_shown.m_strTitle && notice.m_lines == m_shown.m_lines;
     m_shown = notice;
-    if (!isSame)
+    if (notice.m_nTopic == Nothing || m_nDismissed != Nothing)
+        hide();
+    else if (!isSame)
         tell(notice.m_strTitle, notice.m_lines, notice.m_strAction, notice.m_strSign);
 }
 
 DeviceBanner::sNotice DeviceBanner::noticeOf(const sDeviceStatus &status) const
 {
-    if (status.m_eState == eDeviceState::Streaming)
-        return renderingNotice();
-    // A start of reading takes a moment, which is no reason to push the canvas about.
-    if (status.m_eState == eDeviceState::Connecting && m_sinceState.elapsed() < PatienceMs)
+    // First: what is said of the layers below would not be so while nothing is rendered.
+    const sNotice rendering = renderingNotice(status);
+    if (rendering.m_nTopic != Nothing || status.m_eState == eDeviceState::Streaming)
+        return rendering;
+    // A start of reading takes a moment, which is no reason to push the canvas about; but what was
+    // wrong before stays told until it is well again.
+    const bool isNews = m_shown.m_nTopic == Nothing;
+    if (isNews && status.m_eState == eDeviceState::Connecting
+        && m_sinceState.elapsed() < PatienceMs)
         return {};
     return deviceNotice(status);
 }
@@ -124,8 +127,8 @@ DeviceBanner::sNotice DeviceBanner::deviceNotice(const sDeviceStatus &status) co
     return notice;
 }
 
-/** While a device streams, the canvas may stand still all the same: the host can want that. */
-DeviceBanner::sNotice DeviceBanner::renderingNotice() const
+/** Whatever the device does, the canvas may stand still: the host can want that. */
+DeviceBanner::sNotice DeviceBanner::renderingNotice(const sDeviceStatus &status) const
 {
     DeviceSession &session = m_host.session();
     sNotice notice;
@@ -136,18 +139,21 @@ DeviceBanner::sNotice DeviceBanner::renderingNotice() const
     if (!session.isRendering()) {
         notice.m_nTopic = ThreadStopped;
         notice.m_lines = QStringList{QStringLiteral(
-            "You have stopped the render thread: the layers show their last previews, while the "
-            "inputs below go on.")};
+            "You have stopped the render thread: whatever the inputs below show, the layers show "
+            "their last previews.")};
         notice.m_strAction = QStringLiteral("&Go on rendering (Shift+F7)");
         notice.m_act = [&session] { session.setRendering(true); };
     } else {
         notice.m_nTopic = RenderingDisabled;
         notice.m_lines = QStringList{QStringLiteral(
-            "You have disabled rendering: the layers show their last previews, while the inputs "
-            "below go on.")};
+            "You have disabled rendering: whatever the inputs below show, the layers show their "
+            "last previews.")};
         notice.m_strAction = QStringLiteral("&Go on rendering (Shift+F9)");
         notice.m_act = [&session] { session.setRenderEnabled(true); };
     }
+    if (status.m_eState != eDeviceState::Streaming)
+        notice.m_lines.append(
+            QStringLiteral("Besides, the device: %1.").arg(lookOf(status, palette()).m_strWord));
     return notice;
 }
 

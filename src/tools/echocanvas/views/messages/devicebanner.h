@@ -43,7 +43,7 @@ private:
     void refresh();
     sNotice noticeOf(const sDeviceStatus &status) const;
     sNotice deviceNotice(const sDeviceStatus &status) const;
-    sNotice renderingNotice() const;
+    sNotice renderingNotice(const sDeviceStatus &status) const;
 
     WindowHost &m_host;
     const std::function<void()> m_chooseFile;

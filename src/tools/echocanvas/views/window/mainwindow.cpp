@@ -162,10 +162,11 @@ void MainWindow::takePreview(const LayerKey &key)
 
 void MainWindow::refreshMarks()
 {
+    const bool isRendered = m_host.session().isRendering() && m_host.session().isRenderEnabled();
     const QList<sSceneLayer> &layers = m_host.document().scene().m_screens[m_nScreen].m_layers;
     for (const sSceneLayer &layer : layers)
         m_pCanvas->view().setMark(layer.m_config.m_LayerIdentifies,
-                                  markOf(layer, m_host.monitor()));
+                                  markOf(layer, m_host.monitor(), isRendered));
 }
 
 void MainWindow::takeLayer(const LayerKey &key)

@@ -260,8 +260,9 @@ void SessionControls::refresh()
     const bool isOnline = session.device().m_isOnline;
     // The button says what it does, not what is so: the state stands to its left.
     m_pOnline->setText(isOnline ? QStringLiteral("Go &offline") : QStringLiteral("Go &online"));
-    setTip(*m_pOnline, isOnline ? "Only here: the library is told that the device cannot be reached"
-                                : "Only here: the library is told that the device can be reached");
+    setTip(*m_pOnline, isOnline
+                           ? "Tells the library, and nobody else, that the device cannot be reached"
+                           : "Tells the library, and nobody else, that the device can be reached");
     m_pRead->setText(isOnline ? QStringLiteral("&Read") : QStringLiteral("&Read once online"));
     m_pRead->setChecked(session.reading() == eReading::Reading);
     m_pPause->setChecked(session.reading() == eReading::Paused);
