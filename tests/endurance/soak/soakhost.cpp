@@ -24,6 +24,7 @@ using EchoVideo::sLayerVideoConfig;
 
 namespace {
 
+constexpr int FirstPictureMs = 10000; // and then the run goes on, and says that none came
 constexpr quint16 ModelId = 1;
 constexpr QSize LayerSize(480, 270); // that of a tile: its stamp stays legible
 
@@ -138,6 +139,11 @@ void SoakHost::start()
     setLayers();
     PixmapReader::instance()->restartRead();
     m_manager.startManager(true);
+    // Before a deed turns away from the device whose pictures are dated: deeds are drawn, and of a
+    // short run a whole third might see none of it.
+    const int nDated = m_nDated;
+    if (!QTest::qWaitFor([&] { return m_nDated > nDated; }, FirstPictureMs))
+        qWarning("no picture came after a start");
 }
 
 void SoakHost::rest()
@@ -290,6 +296,7 @@ void SoakHost::takePreview(const sLayerUniqueIdentifies &key)
         return;
     m_nLastFrame = stamp->m_nFrame;
     m_ages.append(double(nNow - stamp->m_nTimeMs));
+    ++m_nDated;
 }
 
 QList<double> SoakHost::takeAges()

@@ -90,6 +90,7 @@ private:
     EchoVideo::LayerVideoManager m_manager;
     qint64 m_nPreviews = 0;
     QList<double> m_ages;
+    int m_nDated = 0; // pictures that had a date, since the program began
     quint32 m_nLastFrame = 0;
     std::vector<sAct> m_acts;
 };
