@@ -1,6 +1,7 @@
 #include "windowtest.h"
 
 #include <devicebanner.h>
+#include <sessioncontrols.h>
 
 #include <QComboBox>
 #include <QDockWidget>
@@ -8,6 +9,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QTemporaryFile>
 
 using namespace Morvek::Tests;
 using namespace Morvek::Tools;
@@ -60,6 +62,7 @@ private Q_SLOTS:
     void renderingIsStoppedAndStartedAgain();
     void switchesToTheOtherDevice();
     void switchesTheSourceAndBack();
+    void playsARawFile();
     void fpsReachesTheLibrary();
     void everythingHasANameAndATip();
     void keepsItsState();
@@ -304,6 +307,37 @@ void tst_Window::switchesTheSourceAndBack()
     QTest::keyClick(&source, Qt::Key_Home);
     QVERIFY(clock.elapsed() < StopBoundMs);
     setOnline(bench, true);
+    QVERIFY(bench.waitUntilLive());
+}
+
+void tst_Window::playsARawFile()
+{
+    QTemporaryFile file;
+    QVERIFY(file.open());
+    const QByteArray grey(1920 * 1080 * 3 / 2, char(0x80)); // one frame
+    QCOMPARE(file.write(grey), qint64(grey.size()));
+    file.close();
+    WindowBench bench;
+    QVERIFY(bench.open());
+    QVERIFY(bench.waitUntilLive());
+    auto *const pControls = bench.window().findChild<SessionControls *>();
+    QVERIFY(pControls);
+    pControls->playFile(file.fileName());
+    const auto &source = bench.widget<QComboBox>("source");
+    QCOMPARE(source.currentData().toString(), QStringLiteral("yuv"));
+    QVERIFY(source.toolTip().contains(file.fileName()));
+    const auto isGrey = [&] {
+        QImage picture;
+        bench.host().session().inputPicture(0, picture);
+        const QColor corner = picture.pixelColor(0, 0);
+        return corner == picture.pixelColor(picture.rect().center()) && corner.red() > 100
+            && corner.saturation() < 10;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(isGrey(), Patience);
+    QVERIFY(bench.deviceState() != eDeviceState::MadeUp);
+    // An edit of the scene like any other.
+    bench.host().document().undoStack().undo();
+    QCOMPARE(source.currentData().toString(), QStringLiteral("mjpeg"));
     QVERIFY(bench.waitUntilLive());
 }
 

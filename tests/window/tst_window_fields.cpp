@@ -167,7 +167,7 @@ void tst_WindowFields::onlyInputsOfTheDeviceAreOffered()
     QVERIFY(readScene(sceneText(bench.host().document().scene(), strFile), strFile, problems));
 
     sScene scene = bench.host().document().scene();
-    scene.m_device.m_nTiles = 25;
+    scene.m_otherDevices.first().m_nTiles = 25; // which the window can switch to
     bench.host().setScene(scene, QString());
     bench.window().select(0, bench.key(0, 0));
     QVERIFY(isOffered(16) && isOffered(24));

@@ -196,8 +196,9 @@ void tst_WindowFiles::whatAnotherHasWrittenIsNotReplacedUnasked()
     QVERIFY(!banner.isVisible());
     // It is settled with that.
     QCOMPARE(answeredSave(bench, QStringLiteral("Cancel")), false);
-    // A broken file is somebody's too.
+    // A broken file is somebody's too, also where the user finds that out first.
     QVERIFY(write(strFile, "{"));
+    QVERIFY(!bench.window().files().open(strFile));
     QTRY_VERIFY_WITH_TIMEOUT(banner.isVisible(), Patience);
     QCOMPARE(answeredSave(bench, QStringLiteral("Cancel")), true);
     QCOMPARE(text(strFile), QByteArray("{"));

@@ -71,4 +71,13 @@ bool operator==(const sSceneLayer &left, const sSceneLayer &right)
         && first.m_LayerAlphaMap.m_strAlphaMapFile == other.m_LayerAlphaMap.m_strAlphaMapFile;
 }
 
+int sScene::inputCount() const
+{
+    int nInputs = 0;
+    const QList<sSceneDevice> all = devices();
+    for (const sSceneDevice &device : all)
+        nInputs = qMax(nInputs, device.m_nTiles);
+    return nInputs;
+}
+
 } // namespace Morvek::Tools

@@ -67,6 +67,8 @@ struct sScene
 
     /** All devices, the first one first. */
     QList<sSceneDevice> devices() const { return QList<sSceneDevice>{m_device} + m_otherDevices; }
+    /** Inputs that a layer may show: as many as the device with the most of them has. */
+    int inputCount() const;
     /** One of them, to be changed in place. @param nDevice  0 to devices().size() - 1 */
     sSceneDevice &device(int nDevice)
     {

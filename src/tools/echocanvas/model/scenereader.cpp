@@ -84,7 +84,7 @@ private:
 
     QDir m_folder;
     JsonProblems *m_pProblems;
-    int m_nTiles = 0;
+    int m_nInputs = 0;
 };
 
 sScene SceneReader::read(const QJsonObject &root)
@@ -98,10 +98,7 @@ sScene SceneReader::read(const QJsonObject &root)
         for (const JsonChecker &device : devices)
             scene.m_otherDevices.append(readDevice(device, m_folder));
     }
-    // A layer may show what only another device has.
-    const QList<sSceneDevice> all = scene.devices();
-    for (const sSceneDevice &device : all)
-        m_nTiles = qMax(m_nTiles, device.m_nTiles);
+    m_nInputs = scene.inputCount();
     const QList<JsonChecker> screens = json.objects(QStringLiteral("screens"), 1, MaxIds);
     for (const JsonChecker &screen : screens)
         scene.m_screens.append(readScreen(screen, scene.m_screens.size() + 1));
@@ -177,7 +174,7 @@ sLayerSource SceneReader::readSource(JsonChecker json)
         return source;
     if (source.m_eLayerSourceType == sLayerSource::Input) {
         source.m_nLayerSourceKeyNo =
-            quint32(json.integer(QStringLiteral("input"), 0, m_nTiles - 1));
+            quint32(json.integer(QStringLiteral("input"), 0, m_nInputs - 1));
         source.m_strLayerSourceName = QStringLiteral("Input %1").arg(source.m_nLayerSourceKeyNo);
         readCrop(json, source);
     }

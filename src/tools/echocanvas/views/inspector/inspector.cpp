@@ -45,8 +45,8 @@ Inspector::Inspector(SceneDocument &document, QWidget *pParent)
     auto *const pSections = new QVBoxLayout(m_pFields);
     pSections->setContentsMargins(0, 0, 0, 0);
     pSections->setSpacing(4);
-    // As a scene file has it: whatever device is active, the first one's inputs.
-    const auto inputCount = [this] { return m_document.scene().m_device.m_nTiles; };
+    // As a scene file may have it, whatever device is active.
+    const auto inputCount = [this] { return m_document.scene().inputCount(); };
     m_sections = {
         makeNameSection(),    makeGeometrySection(), makeSourceSection(m_pCropEditor, inputCount),
         makeLookSection(),    makeBorderSection(),   makeMaskSection(),

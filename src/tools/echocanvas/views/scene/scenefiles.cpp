@@ -77,6 +77,8 @@ bool SceneFiles::open(const QString &strFileName)
         scene = readSceneFile(strFileName, problems);
     if (!scene) {
         m_watcher.watch(strFormer);
+        if (strFileName == m_host.document().fileName())
+            m_isOtherOnDisk = true; // which the watcher now takes as known
         m_banner.tell(QStringLiteral("%1 is no scene; the present one stays")
                           .arg(QFileInfo(strFileName).fileName()),
                       problems, QString());

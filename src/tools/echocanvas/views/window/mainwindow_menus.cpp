@@ -249,7 +249,7 @@ void MainWindow::showInputMenu(int nInput, const QPoint &globalPlace)
             m_host.document().editLayer(layer, eLayerPart::Source);
         });
     // A scene file takes no inputs that its first device does not have.
-    pUse->setEnabled(m_selected && nInput < m_host.document().scene().m_device.m_nTiles);
+    pUse->setEnabled(m_selected && nInput < m_host.document().scene().inputCount());
     pMenu->addAction(QStringLiteral("S&napshot"), this, [this, nInput] {
         QImage picture;
         m_host.session().inputPicture(nInput, picture);
